@@ -1,0 +1,301 @@
+#include "frame/fqcommongen.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "wavquist/wqclock.h"
+
+namespace framquist {
+
+// ---- TFQFilterOutputSize ---------------------------------------------------
+
+TFQFilterOutputSize::TFQFilterOutputSize(IPWLock& lock, int width, int height)
+    : TZNLockedPersistent(lock), width_(std::clamp(width, 1, kMax)), height_(std::clamp(height, 1, kMax)) {}
+
+int TFQFilterOutputSize::GetWidth() const {
+  TPWLockHold hold = Read();
+  return width_;
+}
+
+int TFQFilterOutputSize::GetHeight() const {
+  TPWLockHold hold = Read();
+  return height_;
+}
+
+SIZE TFQFilterOutputSize::GetSize() const {
+  TPWLockHold hold = Read();
+  return {width_, height_};
+}
+
+void TFQFilterOutputSize::SetWidth(int value) {
+  if (TPWLockHold hold = Write()) width_ = std::clamp(value, 1, kMax);
+}
+
+void TFQFilterOutputSize::SetHeight(int value) {
+  if (TPWLockHold hold = Write()) height_ = std::clamp(value, 1, kMax);
+}
+
+void TFQFilterOutputSize::Assign(const TFQFilterOutputSize& other) {
+  const SIZE s = other.GetSize();
+  TPWLockHold hold = Write();
+  if (!hold) return;
+  width_ = s.cx;
+  height_ = s.cy;
+}
+
+// ---- TFQGenPump ------------------------------------------------------------
+
+TFQGenPump::TFQGenPump(TPWComponent& owner, TFQPWImageSourcePin& output, TPWClockSinkPin& clockPin,
+                       const TFQFilterOutputSize& size, THooks hooks)
+    : owner_(owner), output_(output), clockPin_(clockPin), size_(size), hooks_(std::move(hooks)) {}
+
+TFQGenPump::~TFQGenPump() { Stop(); }
+
+std::int64_t TFQGenPump::GetInterval() const { return std::llround(1e7 / GetRate()); }
+
+void TFQGenPump::SetRate(double fps) {
+  if (!(fps == fps)) return; // NaN: keep the present rate
+  rate_.store(std::clamp(fps, 0.001, 1000.0), std::memory_order_relaxed);
+  std::lock_guard g(stateMutex_);
+  if (clock_) clock_->SetInterval(GetInterval());
+}
+
+void TFQGenPump::SetPumpType(TPWPumpType value) {
+  if (value > ptAuto) value = ptAuto;
+  pumpType_.store(value, std::memory_order_relaxed);
+}
+
+void TFQGenPump::SetClockSource(TWQClockSource value) {
+  if (value > csPin) value = csAuto;
+  clockSource_.store(value, std::memory_order_relaxed);
+}
+
+bool TFQGenPump::ClockPinDrives() const {
+  const TWQClockSource source = GetClockSource();
+  return source == csPin || (source == csAuto && clockPin_.IsConnected());
+}
+
+void TFQGenPump::Start() {
+  std::unique_lock g(stateMutex_);
+  if (running_.load(std::memory_order_acquire)) return;
+  SIZE size;
+  TFQVideoFormat format;
+  {
+    TPWLockHold hold = owner_.GetLock().Write();
+    if (hooks_.IntStart) hooks_.IntStart();
+    size = size_.GetSize();
+    format = hooks_.Format ? FQNormalizeFormat(hooks_.Format()) : vf24Bit;
+  }
+  announcedSize_ = size;
+  announcedFormat_ = format;
+  frameIndex_.store(0, std::memory_order_relaxed);
+  pulled_.store(GetPumpType() == ptPull, std::memory_order_relaxed);
+  const std::int64_t interval = GetInterval();
+  running_.store(true, std::memory_order_release);
+  const bool ownClock = GetPumpType() != ptPull && !ClockPinDrives();
+  g.unlock();
+  // Announce before the first tick can arrive.
+  output_.SendStart(size.cx, size.cy, interval, format, static_cast<int>(std::llround(GetRate() * 1000.0)));
+  if (ownClock) {
+    g.lock();
+    if (running_.load(std::memory_order_acquire) && !clock_) {
+      clock_ = std::make_unique<TWQClockGen>([this] { Pump(); }, interval);
+      clock_->Start();
+    }
+  }
+}
+
+void TFQGenPump::Stop() {
+  std::unique_ptr<TWQClockGen> clock;
+  {
+    std::lock_guard g(stateMutex_);
+    if (!running_.exchange(false, std::memory_order_acq_rel)) return;
+    clock = std::move(clock_);
+  }
+  // Outside every lock: the clock's tick may be waiting for one of them.
+  clock.reset();
+  inFlight_.Close(); // frames on their way on other threads finish first
+  inFlight_.Reopen();
+  {
+    TPWLockHold hold = owner_.GetLock().Write();
+    if (hooks_.IntStop) hooks_.IntStop();
+  }
+  output_.SendStop();
+}
+
+bool TFQGenPump::Pump() {
+  TPWGate::Pass pass(inFlight_);
+  if (!pass || !IsRunning()) return false;
+  if (hooks_.Enabled && !hooks_.Enabled()) return false;
+  IFQImageBuffer buffer;
+  SIZE size;
+  TFQVideoFormat format;
+  {
+    TPWLockHold hold = owner_.GetLock().Write();
+    size = size_.GetSize();
+    format = hooks_.Format ? FQNormalizeFormat(hooks_.Format()) : vf24Bit;
+    buffer = IFQImageBuffer::Create(size.cx, size.cy, format);
+    hooks_.Generate(buffer);
+  }
+  bool reannounce = false;
+  {
+    std::lock_guard g(stateMutex_);
+    if (!(size == announcedSize_) || format != announcedFormat_) {
+      announcedSize_ = size;
+      announcedFormat_ = format;
+      reannounce = true;
+    }
+  }
+  const std::int64_t interval = GetInterval();
+  if (reannounce)
+    output_.SendStart(size.cx, size.cy, interval, format, static_cast<int>(std::llround(GetRate() * 1000.0)));
+  const std::int64_t index = frameIndex_.fetch_add(1, std::memory_order_relaxed);
+  buffer.SetTimes(index * interval, (index + 1) * interval);
+  output_.SendFrame(std::move(buffer));
+  return true;
+}
+
+void TFQGenPump::MasterPump() {
+  if (!IsRunning() || GetPumpType() == ptPush) return;
+  if (!pulled_.exchange(true, std::memory_order_acq_rel)) {
+    // Downstream takes over the pace: the own clock stops.
+    std::unique_ptr<TWQClockGen> clock;
+    {
+      std::lock_guard g(stateMutex_);
+      clock = std::move(clock_);
+    }
+  }
+  Pump();
+}
+
+void TFQGenPump::ClockEvent() {
+  if (!IsRunning() || GetPumpType() == ptPull || pulled_.load(std::memory_order_acquire)) return;
+  if (GetClockSource() == csThread) return;
+  Pump();
+}
+
+// ---- TFQCommonGen ----------------------------------------------------------
+
+namespace {
+TPWSinkHandler ClockHandler(TFQGenPump& pump) {
+  return [&pump](TPWSinkPin&, const TPWOperation& op) {
+    if (OpAs<TPWClockOperation>(op) == nullptr) return false;
+    pump.ClockEvent();
+    return true;
+  };
+}
+} // namespace
+
+TFQCommonGen::TFQCommonGen()
+    : OutputPin(this, "OutputPin"), ClockPin(this, "ClockPin", ClockHandler(pump_)),
+      ImageSize(GetLock(), 640, 480),
+      pump_(*this, OutputPin, ClockPin, ImageSize,
+            {[this] { IntStart(); }, [this] { IntStop(); },
+             [this](IFQImageBuffer& b) {
+               bool r1 = false, r2 = false;
+               GenerateFrame(b, r1, r2);
+             },
+             [this] { return GetVideoFormat(); }, [this] { return GetEnabled(); }}) {}
+
+TFQCommonGen::~TFQCommonGen() = default;
+
+void TFQCommonGen::Start() { pump_.Start(); }
+
+void TFQCommonGen::Stop() { pump_.Stop(); }
+
+void TFQCommonGen::BeforeDestruction() {
+  pump_.Stop();
+  TPWComponent::BeforeDestruction();
+}
+
+void TFQCommonGen::SetEnabled(bool value) {
+  if (TPWLockHold hold = GetLock().Write()) enabled_.store(value, std::memory_order_release);
+}
+
+void TFQCommonGen::SetImageSize(int width, int height) {
+  TPWLockHold hold = GetLock().Write();
+  if (!hold) return;
+  ImageSize.SetWidth(width);
+  ImageSize.SetHeight(height);
+}
+
+bool TFQCommonGen::SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) {
+  if (&pin != &OutputPin) return TPWComponent::SourceDispatch(pin, op);
+  return DispatchOperation(op);
+}
+
+bool TFQCommonGen::DispatchOperation(const TPWOperation& op) {
+  if (OpAs<TPWStartOperation>(op) != nullptr) {
+    Start();
+    return true;
+  }
+  if (OpAs<TPWStopOperation>(op) != nullptr) {
+    Stop();
+    return true;
+  }
+  if (OpAs<TPWMasterPumpOperation>(op) != nullptr) {
+    pump_.MasterPump();
+    return true;
+  }
+  return false;
+}
+
+// ---- TFQCommonROIGenFilter -------------------------------------------------
+
+TFQCommonROIGenFilter::TFQCommonROIGenFilter()
+    : ClockPin(this, "ClockPin", ClockHandler(pump_)), ImageSize(GetLock(), 640, 480),
+      pump_(*this, OutputPin, ClockPin, ImageSize,
+            {[this] { IntStart(); }, [this] { IntStop(); },
+             [this](IFQImageBuffer& b) {
+               bool r1 = false, r2 = false;
+               GenerateFrame(b, r1, r2);
+             },
+             [this] { return GetVideoFormat(); }, [this] { return GetEnabled(); }}) {}
+
+TFQCommonROIGenFilter::~TFQCommonROIGenFilter() = default;
+
+void TFQCommonROIGenFilter::Start() {
+  if (InputPin.IsConnected())
+    TFQCommonROIFilter::Start();
+  else
+    pump_.Start();
+}
+
+void TFQCommonROIGenFilter::Stop() {
+  if (pump_.IsRunning())
+    pump_.Stop();
+  else
+    TFQCommonROIFilter::Stop();
+}
+
+void TFQCommonROIGenFilter::BeforeDestruction() {
+  pump_.Stop();
+  TFQCommonROIFilter::BeforeDestruction();
+}
+
+void TFQCommonROIGenFilter::SetImageSize(int width, int height) {
+  TPWLockHold hold = GetLock().Write();
+  if (!hold) return;
+  ImageSize.SetWidth(width);
+  ImageSize.SetHeight(height);
+}
+
+bool TFQCommonROIGenFilter::SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) {
+  if (&pin == &OutputPin && !InputPin.IsConnected()) {
+    if (OpAs<TPWStartOperation>(op) != nullptr) {
+      pump_.Start();
+      return true;
+    }
+    if (OpAs<TPWStopOperation>(op) != nullptr) {
+      pump_.Stop();
+      return true;
+    }
+    if (OpAs<TPWMasterPumpOperation>(op) != nullptr) {
+      pump_.MasterPump();
+      return true;
+    }
+  }
+  return TFQCommonROIFilter::SourceDispatch(pin, op);
+}
+
+} // namespace framquist

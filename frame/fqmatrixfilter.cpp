@@ -1,0 +1,111 @@
+#include "frame/fqmatrixfilter.h"
+
+#include <algorithm>
+
+#include "ipp/ippcopy.h"
+
+namespace framquist {
+
+// ---- TFQSize ---------------------------------------------------------------
+
+TFQSize::TFQSize(IPWLock& lock, int width, int height, int minimum, int maximum, std::function<void()> changed)
+    : TZNLockedPersistent(lock), width_(std::clamp(width, minimum, maximum)),
+      height_(std::clamp(height, minimum, maximum)), min_(minimum), max_(maximum), changed_(std::move(changed)) {}
+
+int TFQSize::GetWidth() const {
+  TPWLockHold hold = Read();
+  return width_;
+}
+
+int TFQSize::GetHeight() const {
+  TPWLockHold hold = Read();
+  return height_;
+}
+
+SIZE TFQSize::GetSize() const {
+  TPWLockHold hold = Read();
+  return {width_, height_};
+}
+
+void TFQSize::Store(int& field, int value) {
+  TPWLockHold hold = Write();
+  if (!hold) return;
+  value = std::clamp(value, min_, max_);
+  if (value == field) return;
+  field = value;
+  if (changed_) changed_();
+}
+
+void TFQSize::SetWidth(int value) { Store(width_, value); }
+void TFQSize::SetHeight(int value) { Store(height_, value); }
+
+void TFQSize::Assign(const TFQSize& other) {
+  const SIZE s = other.GetSize();
+  TPWLockHold hold = Write();
+  if (!hold) return;
+  SetWidth(s.cx);
+  SetHeight(s.cy);
+}
+
+// ---- TFQCommonROIMatrixFilter ----------------------------------------------
+
+TFQCommonROIMatrixFilter::TFQCommonROIMatrixFilter() : MatrixSize(GetLock(), 3, 3, 1, 255, [this] { MatrixChanged(); }) {}
+
+void TFQCommonROIMatrixFilter::MatrixChanged() {
+  const SIZE m = MatrixSize.GetSize();
+  anchor_ = {std::min(anchor_.X, m.cx - 1), std::min(anchor_.Y, m.cy - 1)};
+  Changed();
+}
+
+TPoint TFQCommonROIMatrixFilter::GetAnchor() const {
+  TPWLockHold hold = GetLock().Read();
+  return anchor_;
+}
+
+void TFQCommonROIMatrixFilter::SetAnchor(int x, int y) {
+  TPWLockHold hold = GetLock().Write();
+  if (!hold) return;
+  const SIZE m = MatrixSize.GetSize();
+  anchor_ = {std::clamp(x, 0, m.cx - 1), std::clamp(y, 0, m.cy - 1)};
+}
+
+void TFQCommonROIMatrixFilter::ReclaculateRoiAndOffsetInt(SIZE& Size, unsigned char*& InPtr, IFQImageBuffer Buffer,
+                                                          unsigned char*& OutPtr, TFQVideoFormat Format) {
+  const SIZE m = MatrixSize.GetSize();
+  TRect r = ROI.ClipTo(Size.cx, Size.cy);
+  // Keep every neighbourhood inside the frame.
+  r.Left = std::max(r.Left, anchor_.X);
+  r.Top = std::max(r.Top, anchor_.Y);
+  r.Right = std::min(r.Right, Size.cx - (m.cx - 1 - anchor_.X));
+  r.Bottom = std::min(r.Bottom, Size.cy - (m.cy - 1 - anchor_.Y));
+  if (r.Right <= r.Left || r.Bottom <= r.Top) {
+    Size = {0, 0};
+    return;
+  }
+  Size = {r.Width(), r.Height()};
+  const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(r.Top) * Buffer.GetLineStep() +
+                                static_cast<std::ptrdiff_t>(r.Left) * FQBytesPerPixel(Format);
+  InPtr += offset;
+  OutPtr += offset;
+}
+
+// ---- TFQCommonROIMatrixFilterIntermidiate ----------------------------------
+
+void TFQCommonROIMatrixFilterIntermidiate::FilterInternalOperation(IFQImageBuffer InBuffer,
+                                                                   IFQImageBuffer& OutBuffer) {
+  OutBuffer.Assign(InBuffer);
+  const TFQVideoFormat format = InBuffer.GetFormat();
+  SIZE size = InBuffer.GetSize();
+  auto* src = const_cast<unsigned char*>(InBuffer.GetReadPointer());
+  unsigned char* dst = OutBuffer.GetModifyPointer();
+  if (src == nullptr || dst == nullptr) return;
+  ReclaculateRoiAndOffsetInt(size, src, InBuffer, dst, format);
+  if (size.cx <= 0 || size.cy <= 0) return;
+  const int step = OutBuffer.GetLineStep();
+  const bool done = PerformFilter(src, InBuffer.GetLineStep(), dst, step, size, MatrixSize.GetSize(), GetAnchor(),
+                                  format);
+  if (!done && format == vf32Bit)
+    ippiCopy_8u_C4CR(src + 3, InBuffer.GetLineStep(), dst + 3, step, IppiSize{size.cx, size.cy});
+}
+
+} // namespace framquist

@@ -1,0 +1,36 @@
+#include "frame/fqsinkfilter.h"
+
+namespace framquist {
+
+TFQSinkFilter::TFQSinkFilter() : InputPin(this, "InputPin") {}
+
+TFQSinkFilter::~TFQSinkFilter() = default;
+
+TFQStreamInfo TFQSinkFilter::GetStreamInfo() const {
+  TPWLockHold hold = GetLock().Read();
+  return stream_;
+}
+
+bool TFQSinkFilter::SinkDispatch(TPWSinkPin& pin, const TPWOperation& op) {
+  if (&pin != &InputPin) return false;
+  TPWLockHold hold = GetLock().Write();
+  if (const auto* frame = OpAs<TFQPWImageBufferOperation>(op)) {
+    IFQImageBuffer buffer = frame->Buffer;
+    SetVideoFormat(buffer);
+    ProcessImage(buffer);
+    return true;
+  }
+  if (const auto* start = OpAs<TPWStartFrameOperation>(op)) {
+    stream_ = {start->Width, start->Height, start->Format, start->Interval, start->Rate, start->Flags, true};
+    IntStart(start->Width, start->Height);
+    return true;
+  }
+  if (OpAs<TPWStopOperation>(op) != nullptr) {
+    stream_.Running = false;
+    StreamStop();
+    return true;
+  }
+  return false;
+}
+
+} // namespace framquist

@@ -1,0 +1,28 @@
+// Framquist: video-processing components with typed pins.
+// Includes every public header of the library.
+#pragma once
+
+#include "ipp/ipp.h"
+
+#include "wavquist/wqclock.h"
+#include "wavquist/wqnotify.h"
+#include "wavquist/wqoperationlist.h"
+
+#include "pinweave/pwcomponent.h"
+#include "pinweave/pwgate.h"
+#include "pinweave/pwlock.h"
+#include "pinweave/pwoperation.h"
+#include "pinweave/pwpin.h"
+
+#include "frame/fqcommonfilter.h"
+#include "frame/fqcommongen.h"
+#include "frame/fqendpoints.h"
+#include "frame/fqgeometricfilter.h"
+#include "frame/fqimagebuffer.h"
+#include "frame/fqimagepins.h"
+#include "frame/fqmatrixfilter.h"
+#include "frame/fqmirror.h"
+#include "frame/fqregistry.h"
+#include "frame/fqsinkfilter.h"
+#include "frame/fqtypes.h"
+#include "frame/fqvideoformat.h"

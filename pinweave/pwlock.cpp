@@ -1,0 +1,145 @@
+#include "pinweave/pwlock.h"
+
+#include <algorithm>
+#include <cassert>
+#include <vector>
+
+namespace framquist {
+
+TPWLockHold& TPWLockHold::operator=(TPWLockHold&& other) noexcept {
+  if (this != &other) {
+    Release();
+    lock_ = other.lock_;
+    write_ = other.write_;
+    other.lock_ = nullptr;
+  }
+  return *this;
+}
+
+void TPWLockHold::Release() {
+  if (lock_ == nullptr) return;
+  IPWLock* lock = lock_;
+  lock_ = nullptr;
+  if (write_)
+    lock->ReleaseWrite();
+  else
+    lock->ReleaseRead();
+}
+
+namespace {
+// Read depth per (thread, lock). A thread holds few locks at once, so a
+// small vector beats a map.
+struct ReadDepthEntry {
+  const void* lock;
+  int depth;
+};
+thread_local std::vector<ReadDepthEntry> tReadDepths;
+} // namespace
+
+TPWLock::~TPWLock() {
+  // Forget stale per-thread entries of this thread so a later lock at the
+  // same address does not inherit them.
+  std::erase_if(tReadDepths, [this](const ReadDepthEntry& e) { return e.lock == this; });
+}
+
+int& TPWLock::ThreadReadDepth() const {
+  for (auto& e : tReadDepths)
+    if (e.lock == this) return e.depth;
+  tReadDepths.push_back({this, 0});
+  return tReadDepths.back().depth;
+}
+
+TPWLockHold TPWLock::Write() { return AcquireWrite(nullptr); }
+TPWLockHold TPWLock::Read() { return AcquireRead(nullptr); }
+
+TPWLockHold TPWLock::TryWrite(std::chrono::milliseconds timeout) {
+  Deadline d = std::chrono::steady_clock::now() + timeout;
+  return AcquireWrite(&d);
+}
+
+TPWLockHold TPWLock::TryRead(std::chrono::milliseconds timeout) {
+  Deadline d = std::chrono::steady_clock::now() + timeout;
+  return AcquireRead(&d);
+}
+
+TPWLockHold TPWLock::AcquireWrite(const Deadline* deadline) {
+  const auto self = std::this_thread::get_id();
+  std::unique_lock guard(mutex_);
+  if (writer_ == self) {
+    ++writeDepth_;
+    return MakeHold(this, true);
+  }
+  const int myReads = ThreadReadDepth();
+  if (myReads > 0 && readers_ != myReads) return {}; // upgrade would deadlock
+  ++waitingWriters_;
+  auto ready = [&] { return writer_ == std::thread::id{} && readers_ == myReads; };
+  bool ok = true;
+  if (deadline != nullptr)
+    ok = changed_.wait_until(guard, *deadline, ready);
+  else
+    changed_.wait(guard, ready);
+  --waitingWriters_;
+  if (!ok) {
+    changed_.notify_all(); // readers held back by this waiting writer may go
+    return {};
+  }
+  writer_ = self;
+  writeDepth_ = 1;
+  return MakeHold(this, true);
+}
+
+TPWLockHold TPWLock::AcquireRead(const Deadline* deadline) {
+  const auto self = std::this_thread::get_id();
+  std::unique_lock guard(mutex_);
+  if (writer_ == self) {
+    ++writeDepth_; // a read inside a write nests in the write
+    return MakeHold(this, true);
+  }
+  int& depth = ThreadReadDepth();
+  if (depth == 0) {
+    // New readers give way to waiting writers; a thread that already reads
+    // may nest without waiting, or it would deadlock against that writer.
+    auto ready = [&] { return writer_ == std::thread::id{} && waitingWriters_ == 0; };
+    if (deadline != nullptr) {
+      if (!changed_.wait_until(guard, *deadline, ready)) return {};
+    } else {
+      changed_.wait(guard, ready);
+    }
+  }
+  ++depth;
+  ++readers_;
+  return MakeHold(this, false);
+}
+
+void TPWLock::ReleaseWrite() {
+  std::lock_guard guard(mutex_);
+  assert(writer_ == std::this_thread::get_id() && writeDepth_ > 0);
+  if (--writeDepth_ == 0) {
+    writer_ = std::thread::id{};
+    changed_.notify_all();
+  }
+}
+
+void TPWLock::ReleaseRead() {
+  std::lock_guard guard(mutex_);
+  int& depth = ThreadReadDepth();
+  assert(depth > 0 && readers_ > 0);
+  --depth;
+  --readers_;
+  changed_.notify_all(); // a writer, or a sole reader upgrading, may now go
+}
+
+bool TPWLock::IsWriteHeld() const {
+  std::lock_guard guard(mutex_);
+  return writer_ == std::this_thread::get_id();
+}
+
+bool TPWLock::IsHeld() const {
+  std::lock_guard guard(mutex_);
+  if (writer_ == std::this_thread::get_id()) return true;
+  for (const auto& e : tReadDepths)
+    if (e.lock == this) return e.depth > 0;
+  return false;
+}
+
+} // namespace framquist

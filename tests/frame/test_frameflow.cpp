@@ -1,0 +1,301 @@
+// labels: threaded
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "frame/fqcommongen.h"
+#include "frame/fqendpoints.h"
+#include "frame/fqmirror.h"
+#include "ipp/ippcopy.h"
+#include "support/fqtestsupport.h"
+
+namespace framquist {
+namespace {
+
+using namespace std::chrono_literals;
+using test::PixelAt;
+using test::RandomFrame;
+using test::SameFrame;
+
+// Paints its region of interest with one grey level.
+class TPaintROI : public TFQCommonROIFilter {
+public:
+  std::string_view GetClassName() const override { return "TPaintROI"; }
+  void SetVideoFormat(IFQImageBuffer& Buffer) override {
+    if (Buffer.GetFormat() == vfGrey || Buffer.GetFormat() == vf32Bit) return;
+    TFQCommonROIFilter::SetVideoFormat(Buffer);
+  }
+  void FilterInternalOperation(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer) override {
+    OutBuffer.Assign(InBuffer);
+    SIZE size = InBuffer.GetSize();
+    auto* in = const_cast<unsigned char*>(InBuffer.GetReadPointer());
+    unsigned char* out = OutBuffer.GetWritePointer();
+    ReclaculateRoiAndOffset(size, in, OutBuffer, out, InBuffer.GetFormat());
+    const Ipp8u v[3] = {200, 200, 200};
+    const IppiSize roi{size.cx, size.cy};
+    if (InBuffer.GetFormat() == vfGrey)
+      ippiSet_8u_C1R(200, out, OutBuffer.GetLineStep(), roi);
+    else if (InBuffer.GetFormat() == vf32Bit) {
+      ippiSet_8u_AC4R(v, out, OutBuffer.GetLineStep(), roi);
+      ippiCopy_8u_C4CR(in + 3, InBuffer.GetLineStep(), out + 3, OutBuffer.GetLineStep(), roi);
+    } else
+      ippiSet_8u_C3R(v, out, OutBuffer.GetLineStep(), roi);
+  }
+};
+
+// Fills each frame with the number of frames it made before.
+class TCountingGen : public TFQCommonGen {
+public:
+  std::string_view GetClassName() const override { return "TCountingGen"; }
+  std::atomic<int> starts{0}, stops{0};
+  TFQVideoFormat format = vf24Bit;
+
+protected:
+  void GenerateFrame(IFQImageBuffer& Buffer, bool&, bool&) override {
+    const auto n = static_cast<std::uint8_t>(made_++);
+    Buffer.FillColor(FQRGB(n, n, n), 0);
+  }
+  void IntStart() override {
+    made_ = 0;
+    ++starts;
+  }
+  void IntStop() override { ++stops; }
+  TFQVideoFormat GetVideoFormat() override { return format; }
+
+private:
+  int made_ = 0;
+};
+
+TEST(FrameFlow, StartValuesAndStopReachTheEndOfAChain) {
+  auto source = Make<TFQImageSource>();
+  auto m1 = Make<TFQMirror>();
+  auto m2 = Make<TFQMirror>();
+  auto grabber = Make<TFQImageGrabber>();
+  ASSERT_TRUE(TPWPin::Connect(source->OutputPin, m1->InputPin));
+  ASSERT_TRUE(TPWPin::Connect(m2->InputPin, m1->OutputPin)); // either order
+  ASSERT_TRUE(m2->OutputPin.Connect(grabber->InputPin));
+  source->StartStream(320, 240, vf32Bit, 333667);
+  const TFQStreamInfo info = grabber->GetStreamInfo();
+  EXPECT_EQ(info.Width, 320);
+  EXPECT_EQ(info.Height, 240);
+  EXPECT_EQ(info.Format, vf32Bit);
+  EXPECT_EQ(info.Interval, 333667);
+  EXPECT_TRUE(info.Running);
+  EXPECT_EQ(grabber->GetStartCount(), 1);
+
+  auto frame = RandomFrame(320, 240, vf32Bit, 1);
+  source->Push(frame);
+  source->Push(frame);
+  const auto frames = grabber->GetFrames();
+  ASSERT_EQ(frames.size(), 1u); // keeps the last one by default
+  EXPECT_EQ(frames[0].GetStartTime(), 333667);
+  EXPECT_EQ(frames[0].GetEndTime(), 2 * 333667);
+  EXPECT_TRUE(SameFrame(frames[0], frame)); // two flips
+
+  source->StopStream();
+  EXPECT_EQ(grabber->GetStopCount(), 1);
+  EXPECT_FALSE(grabber->GetStreamInfo().Running);
+  EXPECT_FALSE(source->Push(frame));
+
+  // A start request from the far end climbs the chain to the source.
+  grabber->Start();
+  EXPECT_TRUE(source->IsStreaming());
+  EXPECT_EQ(grabber->GetStartCount(), 2);
+  grabber->Stop();
+  EXPECT_FALSE(source->IsStreaming());
+}
+
+TEST(FrameFlow, PinsConnectOnlyMatchingKinds) {
+  auto source = Make<TFQImageSource>();
+  auto clock = Make<TFQTickClock>();
+  auto gen = Make<TCountingGen>();
+  auto grabber = Make<TFQImageGrabber>();
+  EXPECT_FALSE(TPWPin::Connect(clock->OutputPin, grabber->InputPin));
+  EXPECT_FALSE(TPWPin::Connect(source->OutputPin, gen->OutputPin));
+  EXPECT_FALSE(TPWPin::Connect(grabber->InputPin, grabber->InputPin));
+  EXPECT_TRUE(TPWPin::Connect(clock->OutputPin, gen->ClockPin));
+  // A sink has one source: connecting it elsewhere moves it.
+  ASSERT_TRUE(source->OutputPin.Connect(grabber->InputPin));
+  ASSERT_TRUE(gen->OutputPin.Connect(grabber->InputPin));
+  EXPECT_FALSE(source->OutputPin.IsConnected());
+  EXPECT_EQ(grabber->InputPin.GetSourceUnsafe(), &gen->OutputPin);
+  EXPECT_EQ(grabber->FindPin("InputPin"), &grabber->InputPin);
+}
+
+struct RoiCase {
+  const char* name;
+  int x, y, w, h;
+  TRect painted; // expected painted rectangle, empty when none
+};
+
+TEST(FrameFlow, RegionOfInterestIsClippedToTheFrame) {
+  const RoiCase cases[] = {
+      {"inside", 2, 1, 3, 2, {2, 1, 5, 3}},
+      {"partly outside", 6, 3, 10, 10, {6, 3, 8, 5}},
+      {"negative origin", -2, -1, 4, 3, {0, 0, 2, 2}},
+      {"wholly outside", 20, 20, 5, 5, {}},
+      {"off", 0, 0, 0, 0, {0, 0, 8, 5}},
+  };
+  for (TFQVideoFormat format : {vfGrey, vf24Bit, vf32Bit})
+    for (const RoiCase& c : cases) {
+      auto source = Make<TFQImageSource>();
+      auto paint = Make<TPaintROI>();
+      auto grabber = Make<TFQImageGrabber>();
+      source->OutputPin.Connect(paint->InputPin);
+      paint->OutputPin.Connect(grabber->InputPin);
+      if (std::string(c.name) != "off") paint->ROI.SetRect(c.x, c.y, c.w, c.h);
+      const auto in = RandomFrame(8, 5, format, 3);
+      source->StartStream(8, 5, format, 0);
+      source->Push(in);
+      const auto out = grabber->GetLastFrame();
+      for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 8; ++x) {
+          const bool inside = x >= c.painted.Left && x < c.painted.Right && y >= c.painted.Top && y < c.painted.Bottom;
+          auto expect = PixelAt(in, x, y);
+          if (inside)
+            for (size_t i = 0; i < std::min<size_t>(expect.size(), 3); ++i) expect[i] = 200;
+          ASSERT_EQ(PixelAt(out, x, y), expect) << c.name << " format " << int(format) << " at " << x << "," << y;
+        }
+    }
+}
+
+TEST(FrameFlow, CallerTickedGeneratorMakesOneFramePerTick) {
+  auto clock = Make<TFQTickClock>();
+  auto gen = Make<TCountingGen>();
+  auto grabber = Make<TFQImageGrabber>();
+  grabber->SetKeepCount(10);
+  clock->OutputPin.Connect(gen->ClockPin);
+  gen->OutputPin.Connect(grabber->InputPin);
+  gen->SetImageSize(16, 8);
+  gen->SetRate(50);
+  gen->Start();
+  EXPECT_EQ(grabber->GetStreamInfo().Interval, 200000);
+  EXPECT_EQ(grabber->GetStreamInfo().Width, 16);
+  for (int i = 1; i <= 5; ++i) {
+    clock->Tick();
+    ASSERT_EQ(grabber->GetFrameCount(), i); // synchronous, exactly one
+  }
+  std::this_thread::sleep_for(50ms); // no clock thread of its own runs
+  EXPECT_EQ(grabber->GetFrameCount(), 5);
+  const auto frames = grabber->GetFrames();
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(PixelAt(frames[i], 15, 7)[0], i);
+    EXPECT_EQ(frames[i].GetStartTime(), i * 200000LL);
+  }
+  gen->Stop();
+  clock->Tick();
+  EXPECT_EQ(grabber->GetFrameCount(), 5);
+  EXPECT_EQ(grabber->GetStopCount(), 1);
+  EXPECT_EQ(gen->starts, 1);
+  EXPECT_EQ(gen->stops, 1);
+}
+
+TEST(FrameFlow, GeneratorReannouncesWhenItsSizeChanges) {
+  auto clock = Make<TFQTickClock>();
+  auto gen = Make<TCountingGen>();
+  auto grabber = Make<TFQImageGrabber>();
+  clock->OutputPin.Connect(gen->ClockPin);
+  gen->OutputPin.Connect(grabber->InputPin);
+  gen->SetImageSize(0, -5); // clamped to 1 x 1
+  EXPECT_EQ(gen->GetImageSize(), (SIZE{1, 1}));
+  gen->format = vf32Bit;
+  grabber->Start(); // a start request reaches the generator
+  ASSERT_TRUE(gen->IsRunning());
+  clock->Tick();
+  gen->SetImageSize(4, 3);
+  clock->Tick();
+  EXPECT_EQ(grabber->GetStartCount(), 2);
+  EXPECT_EQ(grabber->GetStreamInfo().Width, 4);
+  EXPECT_EQ(grabber->GetLastFrame().GetSize(), (SIZE{4, 3}));
+  EXPECT_EQ(grabber->GetLastFrame().GetFormat(), vf32Bit);
+  gen->Stop();
+}
+
+TEST(FrameFlow, MasterPumpsPullFramesInPullMode) {
+  auto gen = Make<TCountingGen>();
+  auto grabber = Make<TFQImageGrabber>();
+  gen->OutputPin.Connect(grabber->InputPin);
+  gen->SetPumpType(ptPull);
+  gen->Start();
+  std::this_thread::sleep_for(30ms);
+  EXPECT_EQ(grabber->GetFrameCount(), 0);
+  for (int i = 0; i < 3; ++i) grabber->InputPin.SendUpstream(std::make_shared<TPWMasterPumpOperation>());
+  EXPECT_EQ(grabber->GetFrameCount(), 3);
+  gen->Stop();
+}
+
+TEST(FrameFlow, OwnClockRunsUntilStopAndNothingArrivesAfter) {
+  auto gen = Make<TCountingGen>();
+  auto grabber = Make<TFQImageGrabber>();
+  gen->OutputPin.Connect(grabber->InputPin);
+  gen->SetRate(200);
+  gen->Start();
+  EXPECT_TRUE(grabber->WaitForFrames(3, 5s));
+  gen->Stop();
+  const long long n = grabber->GetFrameCount();
+  std::this_thread::sleep_for(30ms);
+  EXPECT_EQ(grabber->GetFrameCount(), n);
+  EXPECT_EQ(grabber->GetStopCount(), 1);
+}
+
+TEST(FrameFlow, ClockThreadFramesFlowWhileTheGeneratorIsDestroyed) {
+  auto grabber = Make<TFQImageGrabber>();
+  {
+    auto gen = Make<TCountingGen>();
+    gen->OutputPin.Connect(grabber->InputPin);
+    gen->SetRate(1000);
+    gen->Start();
+    grabber->WaitForFrames(2, 5s);
+  } // destroyed while running: stops its clock first
+  const long long n = grabber->GetFrameCount();
+  std::this_thread::sleep_for(20ms);
+  EXPECT_EQ(grabber->GetFrameCount(), n);
+}
+
+// Another thread keeps connecting, disconnecting and changing the mirror
+// while frames flow; every frame that arrives must be whole and correct for
+// one of the two settings.
+TEST(FrameFlow, ConnectDisconnectAndSetWhileFramesFlow) {
+  auto source = Make<TFQImageSource>();
+  auto mirror = Make<TFQMirror>();
+  auto grabber = Make<TFQImageGrabber>();
+  source->OutputPin.Connect(mirror->InputPin);
+  const auto in = RandomFrame(24, 16, vf24Bit, 4);
+  IFQImageBuffer flippedH, flippedV;
+  {
+    auto m = Make<TFQMirror>();
+    auto g = Make<TFQImageGrabber>();
+    auto s = Make<TFQImageSource>();
+    s->OutputPin.Connect(m->InputPin);
+    m->OutputPin.Connect(g->InputPin);
+    s->StartStream(24, 16, vf24Bit, 0);
+    s->Push(in);
+    flippedH = g->GetLastFrame();
+    m->SetMirrorType(mtVertical);
+    s->Push(in);
+    flippedV = g->GetLastFrame();
+  }
+  std::atomic<bool> bad{false};
+  grabber->SetOnFrame([&](const IFQImageBuffer& f) {
+    if (!SameFrame(f, flippedH) && !SameFrame(f, flippedV)) bad = true;
+  });
+  source->StartStream(24, 16, vf24Bit, 0);
+  std::atomic<bool> done{false};
+  std::thread pusher([&] {
+    for (int i = 0; i < 3000; ++i) source->Push(in);
+    done = true;
+  });
+  std::thread changer([&] {
+    for (int i = 0; !done; ++i) {
+      mirror->SetMirrorType(i % 2 ? mtVertical : mtHorizontal);
+      if (i % 3 == 0) mirror->OutputPin.Connect(grabber->InputPin);
+      if (i % 5 == 0) mirror->OutputPin.Disconnect(grabber->InputPin);
+    }
+  });
+  pusher.join();
+  changer.join();
+  EXPECT_FALSE(bad);
+}
+
+} // namespace
+} // namespace framquist
