@@ -51,33 +51,32 @@ void TFQSize::Assign(const TFQSize& other) {
 
 TFQCommonROIMatrixFilter::TFQCommonROIMatrixFilter() : MatrixSize(GetLock(), 3, 3, 1, 255, [this] { MatrixChanged(); }) {}
 
-void TFQCommonROIMatrixFilter::MatrixChanged() {
-  const SIZE m = MatrixSize.GetSize();
-  anchor_ = {std::min(anchor_.X, m.cx - 1), std::min(anchor_.Y, m.cy - 1)};
-  Changed();
-}
+void TFQCommonROIMatrixFilter::MatrixChanged() { Changed(); }
 
 TPoint TFQCommonROIMatrixFilter::GetAnchor() const {
+  // The anchor asked for, kept inside the present matrix; a matrix that
+  // shrinks and grows again gets the same anchor back.
   TPWLockHold hold = GetLock().Read();
-  return anchor_;
+  const SIZE m = MatrixSize.GetSize();
+  return {std::min(anchor_.X, m.cx - 1), std::min(anchor_.Y, m.cy - 1)};
 }
 
 void TFQCommonROIMatrixFilter::SetAnchor(int x, int y) {
   TPWLockHold hold = GetLock().Write();
   if (!hold) return;
-  const SIZE m = MatrixSize.GetSize();
-  anchor_ = {std::clamp(x, 0, m.cx - 1), std::clamp(y, 0, m.cy - 1)};
+  anchor_ = {std::clamp(x, 0, 254), std::clamp(y, 0, 254)};
 }
 
 void TFQCommonROIMatrixFilter::ReclaculateRoiAndOffsetInt(SIZE& Size, unsigned char*& InPtr, IFQImageBuffer Buffer,
                                                           unsigned char*& OutPtr, TFQVideoFormat Format) {
   const SIZE m = MatrixSize.GetSize();
+  const TPoint a = GetAnchor();
   TRect r = ROI.ClipTo(Size.cx, Size.cy);
   // Keep every neighbourhood inside the frame.
-  r.Left = std::max(r.Left, anchor_.X);
-  r.Top = std::max(r.Top, anchor_.Y);
-  r.Right = std::min(r.Right, Size.cx - (m.cx - 1 - anchor_.X));
-  r.Bottom = std::min(r.Bottom, Size.cy - (m.cy - 1 - anchor_.Y));
+  r.Left = std::max(r.Left, a.X);
+  r.Top = std::max(r.Top, a.Y);
+  r.Right = std::min(r.Right, Size.cx - (m.cx - 1 - a.X));
+  r.Bottom = std::min(r.Bottom, Size.cy - (m.cy - 1 - a.Y));
   if (r.Right <= r.Left || r.Bottom <= r.Top) {
     Size = {0, 0};
     return;

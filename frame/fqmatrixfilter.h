@@ -2,7 +2,8 @@
 // border that keeps every neighbourhood inside the frame.
 //
 // TFQCommonROIMatrixFilter: MatrixSize (3 x 3, each 1 to 255) and Anchor
-//   (the kernel cell over the output pixel; 1, 1, kept inside the matrix).
+//   (the kernel cell over the output pixel; 1, 1; used clamped to the
+//   matrix, so it returns when a shrunk matrix grows again).
 //   Changed() is called after the matrix size changed.
 // TFQCommonROIMatrixFilterIntermidiate: per frame, the output starts as a
 //   copy of the input; the region of interest, shrunk so the matrix fits
