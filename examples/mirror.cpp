@@ -19,9 +19,9 @@ static IFQImageBuffer TestPicture(int w, int h) {
     for (int x = 0; x < w; ++x) {
       std::uint8_t* px = p + y * frame.GetLineStep() + x * 3;
       const bool box = x > w / 8 && x < w / 3 && y > h / 4 && y < h / 2;
-      px[0] = static_cast<std::uint8_t>(box ? 40 : 255 * y / h);       // blue
-      px[1] = static_cast<std::uint8_t>(box ? 200 : 128);              // green
-      px[2] = static_cast<std::uint8_t>(box ? 250 : 255 * x / w);      // red
+      px[0] = static_cast<std::uint8_t>(box ? 40 : 255 * y / h);  // blue
+      px[1] = static_cast<std::uint8_t>(box ? 200 : 128);         // green
+      px[2] = static_cast<std::uint8_t>(box ? 250 : 255 * x / w); // red
     }
   return frame;
 }

@@ -70,7 +70,8 @@ public:
   // The whole per-frame step: runs FilterInternalOperation or
   // ProcessDisabled by Enabled and carries the input's times over. Setting
   // Send to false suppresses the output frame.
-  virtual void InternalOperation(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer, bool Enabled, bool& Send);
+  virtual void InternalOperation(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer, bool Enabled,
+                                 bool& Send);
   // Sends the input on unchanged.
   virtual void ProcessDisabled(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer);
   virtual void StreamStop() {}

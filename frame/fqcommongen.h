@@ -57,10 +57,10 @@ private:
 class TFQGenPump {
 public:
   struct THooks {
-    std::function<void()> IntStart;                 // called holding the lock
-    std::function<void()> IntStop;                  // called holding the lock
-    std::function<void(IFQImageBuffer&)> Generate;  // called holding the lock
-    std::function<TFQVideoFormat()> Format;         // called holding the lock
+    std::function<void()> IntStart;                // called holding the lock
+    std::function<void()> IntStop;                 // called holding the lock
+    std::function<void(IFQImageBuffer&)> Generate; // called holding the lock
+    std::function<TFQVideoFormat()> Format;        // called holding the lock
     std::function<bool()> Enabled;
   };
 

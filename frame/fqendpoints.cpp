@@ -195,9 +195,9 @@ void TFQTickClock::Tick() {
 
 namespace Fqendpoints {
 void Register() {
-  RegisterComponents("Framquist", {FQClass<TFQImageSource>("TFQImageSource"),
-                                   FQClass<TFQImageGrabber>("TFQImageGrabber"),
-                                   FQClass<TFQTickClock>("TFQTickClock")});
+  RegisterComponents("Framquist",
+                     {FQClass<TFQImageSource>("TFQImageSource"), FQClass<TFQImageGrabber>("TFQImageGrabber"),
+                      FQClass<TFQTickClock>("TFQTickClock")});
 }
 } // namespace Fqendpoints
 

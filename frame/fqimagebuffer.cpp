@@ -20,7 +20,7 @@ public:
     auto* store = new PixelStore;
     store->bytes_ = bytes;
     if (bytes > 0)
-      store->data_ = static_cast<std::uint8_t*>(::operator new(bytes, std::align_val_t{kRowAlign}));
+      store->data_ = static_cast<std::uint8_t*>(::operator new (bytes, std::align_val_t{kRowAlign}));
     return store;
   }
   void AddRef() { refs_.fetch_add(1, std::memory_order_relaxed); }
@@ -36,7 +36,7 @@ public:
 private:
   PixelStore() = default;
   ~PixelStore() {
-    if (data_ != nullptr) ::operator delete(data_, std::align_val_t{kRowAlign});
+    if (data_ != nullptr) ::operator delete (data_, std::align_val_t{kRowAlign});
   }
   std::atomic<int> refs_{1};
   std::size_t bytes_ = 0;
@@ -123,7 +123,8 @@ public:
     height = h;
     format = FQNormalizeFormat(f);
     step = StepFor(w, format);
-    if (w > 0 && h > 0) store = PixelStore::Allocate(static_cast<std::size_t>(step) * static_cast<std::size_t>(h));
+    if (w > 0 && h > 0)
+      store = PixelStore::Allocate(static_cast<std::size_t>(step) * static_cast<std::size_t>(h));
   }
 
   // Makes the pixels this object's own; copies them only when asked to.
@@ -213,7 +214,8 @@ void IFQImageBuffer::SetFormat(TFQVideoFormat format) {
   for (int y = 0; y < o.height; ++y) {
     const std::uint8_t* in = o.store->Data() + static_cast<std::ptrdiff_t>(y) * o.step;
     std::uint8_t* out = converted.store->Data() + static_cast<std::ptrdiff_t>(y) * converted.step;
-    for (int x = 0; x < o.width; ++x) WritePixel(out + x * outBpp, format, ReadPixel(in + x * inBpp, o.format));
+    for (int x = 0; x < o.width; ++x)
+      WritePixel(out + x * outBpp, format, ReadPixel(in + x * inBpp, o.format));
   }
   o.Drop();
   o.store = converted.store;

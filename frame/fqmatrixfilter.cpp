@@ -8,9 +8,11 @@ namespace framquist {
 
 // ---- TFQSize ---------------------------------------------------------------
 
-TFQSize::TFQSize(IPWLock& lock, int width, int height, int minimum, int maximum, std::function<void()> changed)
+TFQSize::TFQSize(IPWLock& lock, int width, int height, int minimum, int maximum,
+                 std::function<void()> changed)
     : TZNLockedPersistent(lock), width_(std::clamp(width, minimum, maximum)),
-      height_(std::clamp(height, minimum, maximum)), min_(minimum), max_(maximum), changed_(std::move(changed)) {}
+      height_(std::clamp(height, minimum, maximum)), min_(minimum), max_(maximum),
+      changed_(std::move(changed)) {}
 
 int TFQSize::GetWidth() const {
   TPWLockHold hold = Read();
@@ -49,7 +51,8 @@ void TFQSize::Assign(const TFQSize& other) {
 
 // ---- TFQCommonROIMatrixFilter ----------------------------------------------
 
-TFQCommonROIMatrixFilter::TFQCommonROIMatrixFilter() : MatrixSize(GetLock(), 3, 3, 1, 255, [this] { MatrixChanged(); }) {}
+TFQCommonROIMatrixFilter::TFQCommonROIMatrixFilter()
+    : MatrixSize(GetLock(), 3, 3, 1, 255, [this] { MatrixChanged(); }) {}
 
 void TFQCommonROIMatrixFilter::MatrixChanged() { Changed(); }
 
@@ -67,8 +70,9 @@ void TFQCommonROIMatrixFilter::SetAnchor(int x, int y) {
   anchor_ = {std::clamp(x, 0, 254), std::clamp(y, 0, 254)};
 }
 
-void TFQCommonROIMatrixFilter::ReclaculateRoiAndOffsetInt(SIZE& Size, unsigned char*& InPtr, IFQImageBuffer Buffer,
-                                                          unsigned char*& OutPtr, TFQVideoFormat Format) {
+void TFQCommonROIMatrixFilter::ReclaculateRoiAndOffsetInt(SIZE& Size, unsigned char*& InPtr,
+                                                          IFQImageBuffer Buffer, unsigned char*& OutPtr,
+                                                          TFQVideoFormat Format) {
   const SIZE m = MatrixSize.GetSize();
   const TPoint a = GetAnchor();
   TRect r = ROI.ClipTo(Size.cx, Size.cy);
@@ -101,8 +105,8 @@ void TFQCommonROIMatrixFilterIntermidiate::FilterInternalOperation(IFQImageBuffe
   ReclaculateRoiAndOffsetInt(size, src, InBuffer, dst, format);
   if (size.cx <= 0 || size.cy <= 0) return;
   const int step = OutBuffer.GetLineStep();
-  const bool done = PerformFilter(src, InBuffer.GetLineStep(), dst, step, size, MatrixSize.GetSize(), GetAnchor(),
-                                  format);
+  const bool done =
+      PerformFilter(src, InBuffer.GetLineStep(), dst, step, size, MatrixSize.GetSize(), GetAnchor(), format);
   if (!done && format == vf32Bit)
     ippiCopy_8u_C4CR(src + 3, InBuffer.GetLineStep(), dst + 3, step, IppiSize{size.cx, size.cy});
 }

@@ -66,8 +66,8 @@ public:
 
 protected:
   // Filters the region: pointers at its first pixel, the buffers' steps.
-  virtual bool PerformFilter(const unsigned char* Src, int SrcStep, unsigned char* Dst, int DstStep, SIZE Size,
-                             SIZE Matrix, TPoint Anchor, TFQVideoFormat Format) = 0;
+  virtual bool PerformFilter(const unsigned char* Src, int SrcStep, unsigned char* Dst, int DstStep,
+                             SIZE Size, SIZE Matrix, TPoint Anchor, TFQVideoFormat Format) = 0;
 };
 
 } // namespace framquist

@@ -26,7 +26,8 @@ struct TFQClassInfo {
   std::function<TPWOwned<TPWComponent>()> Create;
 };
 
-template <class T> TFQClassInfo FQClass(std::string className) {
+template <class T>
+TFQClassInfo FQClass(std::string className) {
   return {std::move(className), {}, [] { return TPWOwned<TPWComponent>(Make<T>().release()); }};
 }
 

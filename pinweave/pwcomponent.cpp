@@ -77,6 +77,8 @@ void TPWComponent::ShutdownPins() {
 
 bool TPWComponent::SinkDispatch(TPWSinkPin&, const TPWOperation&) { return false; }
 
-bool TPWComponent::SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) { return pin.ForwardUpstream(op); }
+bool TPWComponent::SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) {
+  return pin.ForwardUpstream(op);
+}
 
 } // namespace framquist

@@ -99,10 +99,12 @@ struct TPWComponentDeleter {
   }
 };
 
-template <class T> using TPWOwned = std::unique_ptr<T, TPWComponentDeleter>;
+template <class T>
+using TPWOwned = std::unique_ptr<T, TPWComponentDeleter>;
 
 // Creates a component whose destruction first runs BeforeDestruction().
-template <class T, class... Args> TPWOwned<T> Make(Args&&... args) {
+template <class T, class... Args>
+TPWOwned<T> Make(Args&&... args) {
   return TPWOwned<T>(new T(std::forward<Args>(args)...));
 }
 

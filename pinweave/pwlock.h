@@ -26,7 +26,9 @@ public:
   TPWLockHold() = default;
   TPWLockHold(const TPWLockHold&) = delete;
   TPWLockHold& operator=(const TPWLockHold&) = delete;
-  TPWLockHold(TPWLockHold&& other) noexcept : lock_(other.lock_), write_(other.write_) { other.lock_ = nullptr; }
+  TPWLockHold(TPWLockHold&& other) noexcept : lock_(other.lock_), write_(other.write_) {
+    other.lock_ = nullptr;
+  }
   TPWLockHold& operator=(TPWLockHold&& other) noexcept;
   ~TPWLockHold() { Release(); }
 

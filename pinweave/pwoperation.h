@@ -27,7 +27,10 @@ protected:
 
 using TPWOperation = std::shared_ptr<const IPWNotifyOperation>;
 
-template <class T> const T* OpAs(const TPWOperation& op) { return dynamic_cast<const T*>(op.get()); }
+template <class T>
+const T* OpAs(const TPWOperation& op) {
+  return dynamic_cast<const T*>(op.get());
+}
 
 // Upstream: asks the sources above to start streaming.
 class TPWStartOperation : public IPWNotifyOperation {};

@@ -27,7 +27,8 @@ private:
   int count_ = 0;
 };
 
-template <class T> void EraseOne(std::vector<T*>& v, T* item) {
+template <class T>
+void EraseOne(std::vector<T*>& v, T* item) {
   auto it = std::find(v.begin(), v.end(), item);
   if (it != v.end()) v.erase(it);
 }
@@ -245,7 +246,8 @@ TPWBoolStatePin::TPWBoolStatePin(TPWComponent* owner, std::string name, TStateHa
 TPWPinList::TPWPinList(TPWComponent* owner, std::string name, int maxCount, int minCount, TCreate create,
                        TRemove remove)
     : owner_(owner), name_(std::move(name)), max_(std::max(maxCount, 0)),
-      min_(std::clamp(minCount, 0, std::max(maxCount, 0))), create_(std::move(create)), remove_(std::move(remove)) {
+      min_(std::clamp(minCount, 0, std::max(maxCount, 0))), create_(std::move(create)),
+      remove_(std::move(remove)) {
   for (int i = 0; i < min_; ++i) Add();
 }
 

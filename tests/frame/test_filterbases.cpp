@@ -24,8 +24,8 @@ public:
 
 protected:
   void Changed() override { ++changes; }
-  bool PerformFilter(const unsigned char* src, int srcStep, unsigned char* dst, int dstStep, SIZE size, SIZE m,
-                     TPoint anchor, TFQVideoFormat) override {
+  bool PerformFilter(const unsigned char* src, int srcStep, unsigned char* dst, int dstStep, SIZE size,
+                     SIZE m, TPoint anchor, TFQVideoFormat) override {
     for (int y = 0; y < size.cy; ++y)
       for (int x = 0; x < size.cx; ++x) {
         unsigned sum = 0;
@@ -62,8 +62,8 @@ TEST(MatrixFilter, NeighbourhoodsStayInsideTheFrameAndAlphaIsCarried) {
         unsigned sum = 0;
         for (int j = -1; j <= 0; ++j)
           for (int i = -1; i <= 1; ++i) sum += PixelAt(in, x + i, y + j)[0];
-        expect = {static_cast<std::uint8_t>(sum), static_cast<std::uint8_t>(sum), static_cast<std::uint8_t>(sum),
-                  PixelAt(in, x, y)[3]};
+        expect = {static_cast<std::uint8_t>(sum), static_cast<std::uint8_t>(sum),
+                  static_cast<std::uint8_t>(sum), PixelAt(in, x, y)[3]};
       }
       ASSERT_EQ(PixelAt(out, x, y), expect) << x << "," << y;
     }

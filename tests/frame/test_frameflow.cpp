@@ -150,11 +150,13 @@ TEST(FrameFlow, RegionOfInterestIsClippedToTheFrame) {
       const auto out = grabber->GetLastFrame();
       for (int y = 0; y < 5; ++y)
         for (int x = 0; x < 8; ++x) {
-          const bool inside = x >= c.painted.Left && x < c.painted.Right && y >= c.painted.Top && y < c.painted.Bottom;
+          const bool inside =
+              x >= c.painted.Left && x < c.painted.Right && y >= c.painted.Top && y < c.painted.Bottom;
           auto expect = PixelAt(in, x, y);
           if (inside)
             for (size_t i = 0; i < std::min<size_t>(expect.size(), 3); ++i) expect[i] = 200;
-          ASSERT_EQ(PixelAt(out, x, y), expect) << c.name << " format " << int(format) << " at " << x << "," << y;
+          ASSERT_EQ(PixelAt(out, x, y), expect)
+              << c.name << " format " << int(format) << " at " << x << "," << y;
         }
     }
 }

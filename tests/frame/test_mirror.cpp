@@ -24,7 +24,8 @@ struct Chain {
     EXPECT_TRUE(mirror->OutputPin.Connect(grabber->InputPin));
   }
   IFQImageBuffer Run(const IFQImageBuffer& frame) {
-    if (!source->IsStreaming()) source->StartStream(frame.GetWidth(), frame.GetHeight(), frame.GetFormat(), 400000);
+    if (!source->IsStreaming())
+      source->StartStream(frame.GetWidth(), frame.GetHeight(), frame.GetFormat(), 400000);
     const long long before = grabber->GetFrameCount();
     EXPECT_TRUE(source->Push(frame));
     EXPECT_EQ(grabber->GetFrameCount(), before + 1);

@@ -10,9 +10,11 @@ IFQImageBuffer RandomFrame(int width, int height, TFQVideoFormat format, std::ui
   IFQImageBuffer frame = IFQImageBuffer::Create(width, height, format);
   std::mt19937 rng(seed);
   std::uint8_t* p = frame.GetWritePointer();
-  const std::size_t row = static_cast<std::size_t>(width) * static_cast<std::size_t>(frame.GetBytesPerPixel());
+  const std::size_t row =
+      static_cast<std::size_t>(width) * static_cast<std::size_t>(frame.GetBytesPerPixel());
   for (int y = 0; y < height; ++y)
-    for (std::size_t i = 0; i < row; ++i) p[y * frame.GetLineStep() + static_cast<long>(i)] = static_cast<std::uint8_t>(rng());
+    for (std::size_t i = 0; i < row; ++i)
+      p[y * frame.GetLineStep() + static_cast<long>(i)] = static_cast<std::uint8_t>(rng());
   return frame;
 }
 
