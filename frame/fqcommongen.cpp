@@ -76,8 +76,8 @@ bool TFQGenPump::ClockPinDrives() const {
 }
 
 void TFQGenPump::Start() {
-  std::unique_lock g(stateMutex_);
-  if (running_.load(std::memory_order_acquire)) return;
+  int expected = kStopped;
+  if (!state_.compare_exchange_strong(expected, kStarting, std::memory_order_acq_rel)) return;
   SIZE size;
   TFQVideoFormat format;
   {
@@ -86,19 +86,25 @@ void TFQGenPump::Start() {
     size = size_.GetSize();
     format = hooks_.Format ? FQNormalizeFormat(hooks_.Format()) : vf24Bit;
   }
-  announcedSize_ = size;
-  announcedFormat_ = format;
+  {
+    std::lock_guard g(stateMutex_);
+    announcedSize_ = size;
+    announcedFormat_ = format;
+  }
   frameIndex_.store(0, std::memory_order_relaxed);
   pulled_.store(GetPumpType() == ptPull, std::memory_order_relaxed);
   const std::int64_t interval = GetInterval();
-  running_.store(true, std::memory_order_release);
-  const bool ownClock = GetPumpType() != ptPull && !ClockPinDrives();
-  g.unlock();
-  // Announce before the first tick can arrive.
+  // Announced before any frame can be pumped; no lock is held, since
+  // downstream may call back (even Stop) while it takes the start.
   output_.SendStart(size.cx, size.cy, interval, format, static_cast<int>(std::llround(GetRate() * 1000.0)));
-  if (ownClock) {
-    g.lock();
-    if (running_.load(std::memory_order_acquire) && !clock_) {
+  state_.store(kRunning, std::memory_order_release);
+  if (stopWhenStarted_.exchange(false)) {
+    Stop();
+    return;
+  }
+  if (GetPumpType() != ptPull && !ClockPinDrives()) {
+    std::lock_guard g(stateMutex_);
+    if (IsRunning() && !clock_) {
       clock_ = std::make_unique<TWQClockGen>([this] { Pump(); }, interval);
       clock_->Start();
     }
@@ -106,10 +112,14 @@ void TFQGenPump::Start() {
 }
 
 void TFQGenPump::Stop() {
+  int expected = kRunning;
+  if (!state_.compare_exchange_strong(expected, kStopping, std::memory_order_acq_rel)) {
+    if (expected == kStarting) stopWhenStarted_ = true;
+    return;
+  }
   std::unique_ptr<TWQClockGen> clock;
   {
     std::lock_guard g(stateMutex_);
-    if (!running_.exchange(false, std::memory_order_acq_rel)) return;
     clock = std::move(clock_);
   }
   // Outside every lock: the clock's tick may be waiting for one of them.
@@ -121,6 +131,7 @@ void TFQGenPump::Stop() {
     if (hooks_.IntStop) hooks_.IntStop();
   }
   output_.SendStop();
+  state_.store(kStopped, std::memory_order_release);
 }
 
 bool TFQGenPump::Pump() {

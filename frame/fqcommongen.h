@@ -70,7 +70,7 @@ public:
 
   void Start();
   void Stop();
-  bool IsRunning() const { return running_.load(std::memory_order_acquire); }
+  bool IsRunning() const { return state_.load(std::memory_order_acquire) == kRunning; }
   // One frame now; false when not running or disabled.
   bool Pump();
   void MasterPump();
@@ -93,13 +93,15 @@ private:
   const TFQFilterOutputSize& size_;
   THooks hooks_;
 
-  std::atomic<bool> running_{false};
+  enum : int { kStopped, kStarting, kRunning, kStopping };
+  std::atomic<int> state_{kStopped};
+  std::atomic<bool> stopWhenStarted_{false}; // Stop() came while starting
   std::atomic<bool> pulled_{false}; // downstream sets the pace
   std::atomic<double> rate_{25.0};
   std::atomic<TPWPumpType> pumpType_{ptAuto};
   std::atomic<TWQClockSource> clockSource_{csAuto};
   std::atomic<std::int64_t> frameIndex_{0};
-  std::mutex stateMutex_; // start/stop, the clock object, the announced stream
+  std::mutex stateMutex_; // the clock object, the announced stream
   std::unique_ptr<TWQClockGen> clock_;
   SIZE announcedSize_;
   TFQVideoFormat announcedFormat_ = vf24Bit;

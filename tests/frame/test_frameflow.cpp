@@ -254,6 +254,34 @@ TEST(FrameFlow, ClockThreadFramesFlowWhileTheGeneratorIsDestroyed) {
   EXPECT_EQ(grabber->GetFrameCount(), n);
 }
 
+// Starts and stops race clock events and each other; every stream the
+// grabber sees must be well formed: frames only between a start and a stop.
+TEST(FrameFlow, StartStopRaceClockEvents) {
+  auto clock = Make<TFQTickClock>();
+  auto gen = Make<TCountingGen>();
+  auto grabber = Make<TFQImageGrabber>();
+  clock->OutputPin.Connect(gen->ClockPin);
+  gen->OutputPin.Connect(grabber->InputPin);
+  std::atomic<bool> bad{false}, done{false};
+  grabber->SetOnFrame([&](const IFQImageBuffer&) {
+    if (!grabber->GetStreamInfo().Running) bad = true;
+  });
+  std::thread ticker([&] {
+    while (!done) clock->Tick();
+  });
+  std::thread toggler([&] {
+    for (int i = 0; i < 300; ++i) gen->Stop(), gen->Start();
+  });
+  for (int i = 0; i < 300; ++i) gen->Start(), gen->Stop();
+  toggler.join();
+  done = true;
+  ticker.join();
+  gen->Stop();
+  EXPECT_FALSE(bad);
+  EXPECT_EQ(grabber->GetStartCount(), grabber->GetStopCount());
+  EXPECT_EQ(gen->starts.load(), gen->stops.load());
+}
+
 // Another thread keeps connecting, disconnecting and changing the mirror
 // while frames flow; every frame that arrives must be whole and correct for
 // one of the two settings.
