@@ -1,0 +1,7 @@
+// All image primitives.
+#pragma once
+
+#include "ipp/ippcopy.h"
+#include "ipp/ippdefs.h"
+#include "ipp/ippdispatch.h"
+#include "ipp/ippmirror.h"

@@ -1,0 +1,68 @@
+#include "ipp/ippcopy.h"
+
+#include "ipp/kernels/ippcheck.h"
+#include "ipp/kernels/ippkernels.h"
+
+namespace framquist {
+
+using namespace ipp_detail;
+
+namespace {
+
+IppStatus copyWith(Layout layout, int bytesPerPixel, const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep,
+                   IppiSize roi) noexcept {
+  const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roi, bytesPerPixel);
+  if (st == ippStsNoErr) copyKernels().copy[layout](pSrc, srcStep, pDst, dstStep, roi.width, roi.height);
+  return st;
+}
+
+IppStatus setWith(Layout layout, int bytesPerPixel, const Ipp8u* value, Ipp8u* pDst, int dstStep,
+                  IppiSize roi) noexcept {
+  if (value == nullptr) return ippStsNullPtrErr;
+  const IppStatus st = checkOne(pDst, dstStep, roi, bytesPerPixel);
+  if (st == ippStsNoErr) copyKernels().set[layout](value, pDst, dstStep, roi.width, roi.height);
+  return st;
+}
+
+} // namespace
+
+IppStatus ippiCopy_8u_C1R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return copyWith(kC1, 1, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+IppStatus ippiCopy_8u_C3R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return copyWith(kC3, 3, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+IppStatus ippiCopy_8u_C4R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return copyWith(kC4, 4, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+IppStatus ippiCopy_8u_AC4R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return copyWith(kAC4, 4, pSrc, srcStep, pDst, dstStep, roiSize);
+}
+
+IppStatus ippiCopy_8u_C4CR(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roiSize, 4);
+  if (st == ippStsNoErr)
+    copyKernels().copyChannelC4(pSrc, srcStep, pDst, dstStep, roiSize.width, roiSize.height);
+  return st;
+}
+
+IppStatus ippiSet_8u_C1R(Ipp8u value, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return setWith(kC1, 1, &value, pDst, dstStep, roiSize);
+}
+
+IppStatus ippiSet_8u_C3R(const Ipp8u value[3], Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return setWith(kC3, 3, value, pDst, dstStep, roiSize);
+}
+
+IppStatus ippiSet_8u_C4R(const Ipp8u value[4], Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return setWith(kC4, 4, value, pDst, dstStep, roiSize);
+}
+
+IppStatus ippiSet_8u_AC4R(const Ipp8u value[3], Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  return setWith(kAC4, 4, value, pDst, dstStep, roiSize);
+}
+
+} // namespace framquist

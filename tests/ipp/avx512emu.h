@@ -1,0 +1,99 @@
+// Scalar stand-ins for the AVX-512 intrinsics the AVX-512 kernels use, so
+// their shuffle and mask logic can be run on CPUs without AVX-512. Each
+// follows the instruction's per-element definition. Include after
+// <immintrin.h>; the macros then route the kernels' calls here.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+namespace avx512emu {
+
+struct V {
+  std::uint8_t b[64];
+};
+using Mask = unsigned long long;
+
+inline V load(const void* p) {
+  V v;
+  std::memcpy(v.b, p, 64);
+  return v;
+}
+inline void store(void* p, V v) { std::memcpy(p, v.b, 64); }
+inline std::int32_t i32(const V& v, int i) {
+  std::int32_t x;
+  std::memcpy(&x, v.b + 4 * i, 4);
+  return x;
+}
+inline std::int64_t i64(const V& v, int i) {
+  std::int64_t x;
+  std::memcpy(&x, v.b + 8 * i, 8);
+  return x;
+}
+
+inline V or_(V a, V b) {
+  for (int i = 0; i < 64; ++i) a.b[i] |= b.b[i];
+  return a;
+}
+// Byte shuffle within each 16-byte lane; a set top bit of the control gives 0.
+inline V shuffleBytes(V a, V ctl) {
+  V r;
+  for (int i = 0; i < 64; ++i) r.b[i] = (ctl.b[i] & 0x80) ? 0 : a.b[(i & ~15) + (ctl.b[i] & 15)];
+  return r;
+}
+// Lanes 0-1 from a, lanes 2-3 from b, each chosen by two bits of imm.
+inline V shuffleLanes(V a, V b, int imm) {
+  V r;
+  for (int lane = 0; lane < 4; ++lane)
+    std::memcpy(r.b + 16 * lane, (lane < 2 ? a : b).b + 16 * ((imm >> (2 * lane)) & 3), 16);
+  return r;
+}
+inline V permuteDwords(V idx, V a) {
+  V r;
+  for (int i = 0; i < 16; ++i) std::memcpy(r.b + 4 * i, a.b + 4 * (i32(idx, i) & 15), 4);
+  return r;
+}
+// Quadword i comes from a or b (bit 3 of its index) at index bits 0-2.
+inline V permuteQwords2(V a, V idx, V b) {
+  V r;
+  for (int i = 0; i < 8; ++i) {
+    const std::int64_t k = i64(idx, i);
+    std::memcpy(r.b + 8 * i, ((k & 8) ? b : a).b + 8 * (k & 7), 8);
+  }
+  return r;
+}
+inline V setrDwords(int e0, int e1, int e2, int e3, int e4, int e5, int e6, int e7, int e8, int e9, int e10,
+                    int e11, int e12, int e13, int e14, int e15) {
+  const std::int32_t e[16] = {e0, e1, e2, e3, e4, e5, e6, e7, e8, e9, e10, e11, e12, e13, e14, e15};
+  V r;
+  std::memcpy(r.b, e, 64);
+  return r;
+}
+// Masked-off bytes are neither read nor written.
+inline void maskStoreBytes(void* p, Mask k, V v) {
+  for (int i = 0; i < 64; ++i)
+    if ((k >> i) & 1) static_cast<std::uint8_t*>(p)[i] = v.b[i];
+}
+inline V maskLoadBytes(Mask k, const void* p) {
+  V r{};
+  for (int i = 0; i < 64; ++i)
+    if ((k >> i) & 1) r.b[i] = static_cast<const std::uint8_t*>(p)[i];
+  return r;
+}
+
+} // namespace avx512emu
+
+#define __m512i avx512emu::V
+#define __mmask64 avx512emu::Mask
+#define _mm512_loadu_si512 avx512emu::load
+#define _mm512_load_si512 avx512emu::load
+#define _mm512_storeu_si512 avx512emu::store
+#define _mm512_or_si512 avx512emu::or_
+#define _mm512_shuffle_epi8 avx512emu::shuffleBytes
+#define _mm512_shuffle_i64x2 avx512emu::shuffleLanes
+#define _mm512_permutexvar_epi32 avx512emu::permuteDwords
+#define _mm512_permutex2var_epi64 avx512emu::permuteQwords2
+#undef _mm512_setr_epi32 // a macro in some compilers' headers
+#define _mm512_setr_epi32 avx512emu::setrDwords
+#define _mm512_mask_storeu_epi8 avx512emu::maskStoreBytes
+#define _mm512_maskz_loadu_epi8 avx512emu::maskLoadBytes
