@@ -54,8 +54,6 @@ SIZE TFQGeometricTransfromFilter::GetOutputSize(int width, int height) {
 
 void TFQGeometricTransfromFilter::SetSizeRate(int& Width, int& Height, TFQVideoFormat& Format, int Rate,
                                               unsigned Flags, unsigned& IntervalLow, unsigned& IntervalHigh) {
-  inWidth_ = Width;
-  inHeight_ = Height;
   const SIZE out = GetOutputSize(Width, Height);
   Width = out.cx;
   Height = out.cy;

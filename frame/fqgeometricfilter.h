@@ -53,7 +53,6 @@ private:
   TFQInterpolationType interpolation_ = itLinear;
   TColor background_ = 0;
   TFQOutputSizeMode sizeMode_ = osmBoundingRect;
-  int inWidth_ = 0, inHeight_ = 0;
 };
 
 } // namespace framquist

@@ -254,6 +254,59 @@ TEST(FrameFlow, ClockThreadFramesFlowWhileTheGeneratorIsDestroyed) {
   EXPECT_EQ(grabber->GetFrameCount(), n);
 }
 
+// Generates a 32-bit frame of one colour alone; over an input, paints the
+// input's region of interest.
+class TGenOrPaint : public TFQCommonROIGenFilter {
+public:
+  std::string_view GetClassName() const override { return "TGenOrPaint"; }
+  std::atomic<bool> allowStart{true};
+  std::atomic<int> enabledChanges{0};
+
+protected:
+  void GenerateFrame(IFQImageBuffer& Buffer, bool&, bool&) override {
+    Buffer.SetFormat(vf32Bit);
+    Buffer.FillColor(FQRGB(9, 8, 7), 0);
+  }
+  void FilterInternalOperation(IFQImageBuffer In, IFQImageBuffer& Out) override {
+    Out.Assign(In);
+    Out.FillColor(FQRGB(1, 1, 1), 0);
+  }
+  bool CanStart() override { return allowStart; }
+  void EnabledChanged() override { ++enabledChanges; }
+};
+
+TEST(FrameFlow, RoiGenFilterGeneratesWhileItsInputIsUnconnected) {
+  auto clock = Make<TFQTickClock>();
+  auto gen = Make<TGenOrPaint>();
+  auto grabber = Make<TFQImageGrabber>();
+  clock->OutputPin.Connect(gen->ClockPin);
+  gen->OutputPin.Connect(grabber->InputPin);
+  gen->SetImageSize(5, 4);
+  grabber->Start(); // no input: the request starts the generator
+  ASSERT_TRUE(gen->IsGenerating());
+  clock->Tick();
+  ASSERT_EQ(grabber->GetFrameCount(), 1);
+  EXPECT_EQ(PixelAt(grabber->GetLastFrame(), 4, 3), (std::vector<std::uint8_t>{7, 8, 9, 0}));
+  gen->SetEnabled(false); // a disabled generator makes nothing
+  clock->Tick();
+  EXPECT_EQ(grabber->GetFrameCount(), 1);
+  EXPECT_EQ(gen->enabledChanges, 1);
+  gen->SetEnabled(true);
+  gen->Stop();
+  EXPECT_FALSE(gen->IsGenerating());
+
+  // With an input it is a filter; a start it may not pass on stays back.
+  auto source = Make<TFQImageSource>();
+  source->OutputPin.Connect(gen->InputPin);
+  gen->allowStart = false;
+  source->StartStream(3, 3, vf24Bit, 0);
+  EXPECT_EQ(grabber->GetStartCount(), 1);
+  source->Push(RandomFrame(3, 3, vf24Bit, 2));
+  EXPECT_EQ(PixelAt(grabber->GetLastFrame(), 2, 2), (std::vector<std::uint8_t>{1, 1, 1}));
+  clock->Tick(); // the clock no longer drives it
+  EXPECT_EQ(grabber->GetFrameCount(), 2);
+}
+
 // Starts and stops race clock events and each other; every stream the
 // grabber sees must be well formed: frames only between a start and a stop.
 TEST(FrameFlow, StartStopRaceClockEvents) {
