@@ -25,6 +25,31 @@ void TPWComponent::SetName(std::string name) {
   name_ = std::move(name);
 }
 
+void TPWComponent::ReportError(std::string message) {
+  TErrorHandler handler;
+  {
+    std::lock_guard g(nameMutex_);
+    lastError_ = message;
+    handler = errorHandler_;
+  }
+  if (handler) handler(*this, message);
+}
+
+std::string TPWComponent::GetLastError() const {
+  std::lock_guard g(nameMutex_);
+  return lastError_;
+}
+
+void TPWComponent::ClearError() {
+  std::lock_guard g(nameMutex_);
+  lastError_.clear();
+}
+
+void TPWComponent::SetErrorHandler(TErrorHandler handler) {
+  std::lock_guard g(nameMutex_);
+  errorHandler_ = std::move(handler);
+}
+
 TPWPin* TPWComponent::FindPin(std::string_view name) const {
   std::lock_guard g(pinsMutex_);
   for (TPWPin* pin : pins_)

@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -62,6 +63,16 @@ public:
   // Called after the published properties were loaded.
   virtual void Loaded() {}
 
+  // Failures a component meets while it runs (a file that cannot be opened,
+  // a codec that refuses a frame) are reported here, not thrown across a
+  // delivery thread: the last message is kept and the error handler, when
+  // set, is called on the thread that met the failure.
+  void ReportError(std::string message);
+  std::string GetLastError() const;
+  void ClearError();
+  using TErrorHandler = std::function<void(TPWComponent&, const std::string&)>;
+  void SetErrorHandler(TErrorHandler handler);
+
   // Stops all deliveries; see the header comment. Safe to call twice.
   virtual void BeforeDestruction();
   bool IsDestroying() const { return destroying_.load(std::memory_order_acquire); }
@@ -84,8 +95,10 @@ private:
   mutable std::mutex pinsMutex_;
   std::vector<TPWPin*> pins_;
   std::vector<TPWPinList*> pinLists_;
-  mutable std::mutex nameMutex_;
+  mutable std::mutex nameMutex_; // also guards the error fields
   std::string name_;
+  std::string lastError_;
+  TErrorHandler errorHandler_;
   std::atomic<std::intptr_t> tag_{0};
   std::atomic<bool> destroying_{false};
   std::once_flag shutdownOnce_;
