@@ -27,6 +27,12 @@ void TFQCommonFilter::SetEnabled(bool value) {
   if (changed) EnabledChanged();
 }
 
+void TFQCommonFilter::DeclareProperties(TPWPropertyList& props) {
+  TPWComponent::DeclareProperties(props);
+  props.Bool(
+      "Enabled", [this] { return GetEnabled(); }, [this](bool v) { SetEnabled(v); }, true);
+}
+
 TFQStreamInfo TFQCommonFilter::GetStreamInfo() const {
   TPWLockHold hold = GetLock().Read();
   return stream_;
@@ -189,6 +195,20 @@ void TFQRectRegion::Assign(const TFQRectRegion& other) {
   enabled_ = e, x_ = x, y_ = y, width_ = w, height_ = h;
 }
 
+void TFQRectRegion::DeclareProperties(TPWPropertyList& props) {
+  props.Bool(
+      "Enabled", [this] { return GetEnabled(); }, [this](bool v) { SetEnabled(v); }, false);
+  props.Int<std::int32_t>(
+      "X", [this] { return GetX(); }, [this](std::int64_t v) { SetX(static_cast<int>(v)); }, 0);
+  props.Int<std::int32_t>(
+      "Y", [this] { return GetY(); }, [this](std::int64_t v) { SetY(static_cast<int>(v)); }, 0);
+  props.Int<std::int32_t>(
+      "Width", [this] { return GetWidth(); }, [this](std::int64_t v) { SetWidth(static_cast<int>(v)); }, 0);
+  props.Int<std::int32_t>(
+      "Height", [this] { return GetHeight(); }, [this](std::int64_t v) { SetHeight(static_cast<int>(v)); },
+      0);
+}
+
 TRect TFQRectRegion::ClipTo(int frameWidth, int frameHeight) const {
   if (!enabled_) return {0, 0, frameWidth, frameHeight};
   // 64-bit sums: X + Width may overflow int.
@@ -204,6 +224,11 @@ TRect TFQRectRegion::ClipTo(int frameWidth, int frameHeight) const {
 TFQCommonROIFilter::TFQCommonROIFilter() : ROI(GetLock()) {}
 
 bool TFQCommonROIFilter::GetPreserveBufferData() { return ROI.GetEnabled(); }
+
+void TFQCommonROIFilter::DeclareProperties(TPWPropertyList& props) {
+  TFQCommonFilter::DeclareProperties(props);
+  props.Object("ROI", ROI);
+}
 
 void TFQCommonROIFilter::ReclaculateRoiAndOffset(SIZE& Size, unsigned char*& InPtr, IFQImageBuffer Buffer,
                                                  unsigned char*& OutPtr, TFQVideoFormat Format) {

@@ -48,6 +48,9 @@ public:
 
   TFQStreamInfo GetStreamInfo() const;
 
+  // Published: Tag, Enabled (true).
+  void DeclareProperties(TPWPropertyList& props) override;
+
   bool SinkDispatch(TPWSinkPin& pin, const TPWOperation& op) override;
 
   // Override points. The frame calls them holding the write lock.
@@ -115,6 +118,8 @@ public:
   // Sets all four and enables the region.
   void SetRect(int x, int y, int width, int height);
   void Assign(const TFQRectRegion& other);
+  // Published: Enabled (false), X, Y, Width, Height (0).
+  void DeclareProperties(TPWPropertyList& props) override;
 
   // The region clipped to a frame; empty when they do not meet. The whole
   // frame when the region is off. Read without taking the lock: the frame
@@ -133,6 +138,8 @@ public:
   TFQRectRegion ROI;
 
   bool GetPreserveBufferData() override;
+  // Published: those of TFQCommonFilter and ROI.
+  void DeclareProperties(TPWPropertyList& props) override;
 
 protected:
   // Reduces Size (the whole frame) to the region of interest, clipped to the

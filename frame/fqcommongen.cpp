@@ -10,7 +10,19 @@ namespace framquist {
 // ---- TFQFilterOutputSize ---------------------------------------------------
 
 TFQFilterOutputSize::TFQFilterOutputSize(IPWLock& lock, int width, int height)
-    : TZNLockedPersistent(lock), width_(std::clamp(width, 1, kMax)), height_(std::clamp(height, 1, kMax)) {}
+    : TZNLockedPersistent(lock), width_(std::clamp(width, 1, kMax)), height_(std::clamp(height, 1, kMax)),
+      defaultWidth_(width_), defaultHeight_(height_) {}
+
+void TFQFilterOutputSize::DeclareProperties(TPWPropertyList& props) {
+  props.Int<std::int32_t>(
+      "Width", [this] { return GetWidth(); },
+      [this](std::int64_t v) { SetWidth(static_cast<int>(std::clamp<std::int64_t>(v, 0, kMax))); },
+      defaultWidth_);
+  props.Int<std::int32_t>(
+      "Height", [this] { return GetHeight(); },
+      [this](std::int64_t v) { SetHeight(static_cast<int>(std::clamp<std::int64_t>(v, 0, kMax))); },
+      defaultHeight_);
+}
 
 int TFQFilterOutputSize::GetWidth() const {
   TPWLockHold hold = Read();
@@ -179,6 +191,22 @@ void TFQGenPump::MasterPump() {
   Pump();
 }
 
+namespace {
+const TPWEnumType kPumpTypes{"TPWPumpType", {"ptPull", "ptPush", "ptAuto"}};
+const TPWEnumType kClockSources{"TWQClockSource", {"csAuto", "csThread", "csPin"}};
+} // namespace
+
+void TFQGenPump::DeclareProperties(TPWPropertyList& props) {
+  props.Float(
+      "Rate", [this] { return GetRate(); }, [this](double v) { SetRate(v); }, 25.0);
+  props.Enum(
+      "PumpType", kPumpTypes, [this] { return static_cast<int>(GetPumpType()); },
+      [this](int v) { SetPumpType(static_cast<TPWPumpType>(v)); }, ptAuto);
+  props.Enum(
+      "ClockSource", kClockSources, [this] { return static_cast<int>(GetClockSource()); },
+      [this](int v) { SetClockSource(static_cast<TWQClockSource>(v)); }, csAuto);
+}
+
 void TFQGenPump::ClockEvent() {
   if (!IsRunning() || GetPumpType() == ptPull || pulled_.load(std::memory_order_acquire)) return;
   if (GetClockSource() == csThread) return;
@@ -228,6 +256,14 @@ void TFQCommonGen::SetImageSize(int width, int height) {
   if (!hold) return;
   ImageSize.SetWidth(width);
   ImageSize.SetHeight(height);
+}
+
+void TFQCommonGen::DeclareProperties(TPWPropertyList& props) {
+  TPWComponent::DeclareProperties(props);
+  props.Bool(
+      "Enabled", [this] { return GetEnabled(); }, [this](bool v) { SetEnabled(v); }, true);
+  props.Object("ImageSize", ImageSize);
+  pump_.DeclareProperties(props);
 }
 
 bool TFQCommonGen::SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) {
@@ -289,6 +325,12 @@ void TFQCommonROIGenFilter::SetImageSize(int width, int height) {
   if (!hold) return;
   ImageSize.SetWidth(width);
   ImageSize.SetHeight(height);
+}
+
+void TFQCommonROIGenFilter::DeclareProperties(TPWPropertyList& props) {
+  TFQCommonROIFilter::DeclareProperties(props);
+  props.Object("ImageSize", ImageSize);
+  pump_.DeclareProperties(props);
 }
 
 bool TFQCommonROIGenFilter::SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) {

@@ -45,12 +45,16 @@ public:
   void SetWidth(int value);
   void SetHeight(int value);
   void Assign(const TFQFilterOutputSize& other);
+  // Published: Width, Height (the sizes it was made with).
+  void DeclareProperties(TPWPropertyList& props) override;
 
   static constexpr int kMax = 32767;
 
 private:
   int width_;
   int height_;
+  int defaultWidth_;
+  int defaultHeight_;
 };
 
 // The clocking shared by both generator bases.
@@ -75,6 +79,8 @@ public:
   bool Pump();
   void MasterPump();
   void ClockEvent();
+  // Rate (25), PumpType (ptAuto), ClockSource (csAuto).
+  void DeclareProperties(TPWPropertyList& props);
 
   double GetRate() const { return rate_.load(std::memory_order_relaxed); }
   void SetRate(double fps); // clamped to 0.001 .. 1000; the clock follows at once
@@ -96,7 +102,7 @@ private:
   enum : int { kStopped, kStarting, kRunning, kStopping };
   std::atomic<int> state_{kStopped};
   std::atomic<bool> stopWhenStarted_{false}; // Stop() came while starting
-  std::atomic<bool> pulled_{false}; // downstream sets the pace
+  std::atomic<bool> pulled_{false};          // downstream sets the pace
   std::atomic<double> rate_{25.0};
   std::atomic<TPWPumpType> pumpType_{ptAuto};
   std::atomic<TWQClockSource> clockSource_{csAuto};
@@ -136,6 +142,8 @@ public:
   // Produces one frame now (on the caller's thread) if running.
   bool RequestPump() { return pump_.Pump(); }
   bool SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) override;
+  // Published: Tag, Enabled, ImageSize, Rate, PumpType, ClockSource.
+  void DeclareProperties(TPWPropertyList& props) override;
 
 protected:
   // Buffer arrives allocated at the current size and format; the generator
@@ -179,6 +187,8 @@ public:
 
   bool RequestPump() { return pump_.Pump(); }
   bool SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) override;
+  // Published: those of TFQCommonROIFilter, ImageSize, Rate, PumpType, ClockSource.
+  void DeclareProperties(TPWPropertyList& props) override;
 
 protected:
   // Generator mode's per-tick work (see TFQCommonGen::GenerateFrame).

@@ -101,6 +101,13 @@ void TFQImageSource::SetOnPump(std::function<void()> onPump) {
 TFQImageGrabber::TFQImageGrabber() = default;
 TFQImageGrabber::~TFQImageGrabber() = default;
 
+void TFQImageGrabber::DeclareProperties(TPWPropertyList& props) {
+  TPWComponent::DeclareProperties(props);
+  props.Int<std::int32_t>(
+      "KeepCount", [this] { return GetKeepCount(); },
+      [this](std::int64_t v) { SetKeepCount(static_cast<int>(v)); }, 1);
+}
+
 void TFQImageGrabber::SetOnFrame(TOnFrame onFrame) {
   TPWLockHold hold = GetLock().Write();
   if (hold) onFrame_ = std::move(onFrame);
@@ -187,6 +194,12 @@ void TFQImageGrabber::StreamStop() {
 // ---- TFQTickClock ----------------------------------------------------------
 
 TFQTickClock::TFQTickClock() : OutputPin(this, "OutputPin") {}
+
+void TFQTickClock::DeclareProperties(TPWPropertyList& props) {
+  TPWComponent::DeclareProperties(props);
+  props.Int<std::int64_t>(
+      "Interval", [this] { return GetInterval(); }, [this](std::int64_t v) { SetInterval(v); }, 400000);
+}
 
 void TFQTickClock::Tick() {
   const std::int64_t t = time_.fetch_add(interval_.load());

@@ -18,6 +18,7 @@
 //   source->StopStream();
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -70,6 +71,9 @@ public:
   ~TFQImageGrabber() override;
   std::string_view GetClassName() const override { return "TFQImageGrabber"; }
 
+  // Published: Tag, KeepCount (1).
+  void DeclareProperties(TPWPropertyList& props) override;
+
   void SetOnFrame(TOnFrame onFrame);
   void SetKeepCount(int count); // at least 0
   int GetKeepCount() const;
@@ -108,7 +112,10 @@ public:
 
   // Sends one clock event; the time advances by the interval per tick.
   void Tick();
-  void SetInterval(std::int64_t interval) { interval_.store(interval); }
+  void SetInterval(std::int64_t interval) { interval_.store(std::max<std::int64_t>(interval, 0)); }
+  std::int64_t GetInterval() const { return interval_.load(); }
+  // Published: Tag, Interval (400000, in 100-ns units).
+  void DeclareProperties(TPWPropertyList& props) override;
 
 private:
   std::atomic<std::int64_t> interval_{400000};

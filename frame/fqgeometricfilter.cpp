@@ -36,6 +36,25 @@ unsigned TFQGeometricTransfromFilter::GetInterpolationCode(bool smoothEdge) cons
   return (1u << GetInterpolationType()) | (smoothEdge ? kFQSmoothEdgeFlag : 0u);
 }
 
+namespace {
+const TPWEnumType kInterpolationTypes{"TFQInterpolationType", {"itNearestNeighbor", "itLinear", "itCubic"}};
+const TPWEnumType kOutputSizeModes{"TFQOutputSizeMode",
+                                   {"osmBoundingRect", "osmMaxBoundingRect", "osmInput"}};
+} // namespace
+
+void TFQGeometricTransfromFilter::DeclareProperties(TPWPropertyList& props) {
+  TFQCommonROIFilter::DeclareProperties(props);
+  props.Enum(
+      "InterpolationType", kInterpolationTypes, [this] { return static_cast<int>(GetInterpolationType()); },
+      [this](int v) { SetInterpolationType(static_cast<TFQInterpolationType>(v)); }, itLinear);
+  props.Color(
+      "BackgroundColor", [this] { return GetBackgroundColor(); },
+      [this](std::uint32_t v) { SetBackgroundColor(v); }, 0u);
+  props.Enum(
+      "OutputSizeMode", kOutputSizeModes, [this] { return static_cast<int>(GetOutputSizeMode()); },
+      [this](int v) { SetOutputSizeMode(static_cast<TFQOutputSizeMode>(v)); }, osmBoundingRect);
+}
+
 SIZE TFQGeometricTransfromFilter::GetOutputSize(int width, int height) {
   TPWLockHold hold = GetLock().Read();
   TRect r;

@@ -37,6 +37,9 @@ public:
   // The output size for an input of width x height under the present settings.
   SIZE GetOutputSize(int width, int height);
 
+  // Published: those of TFQCommonROIFilter, InterpolationType, BackgroundColor, OutputSizeMode.
+  void DeclareProperties(TPWPropertyList& props) override;
+
   void SetSizeRate(int& Width, int& Height, TFQVideoFormat& Format, int Rate, unsigned Flags,
                    unsigned& IntervalLow, unsigned& IntervalHigh) override;
 

@@ -11,8 +11,17 @@ namespace framquist {
 TFQSize::TFQSize(IPWLock& lock, int width, int height, int minimum, int maximum,
                  std::function<void()> changed)
     : TZNLockedPersistent(lock), width_(std::clamp(width, minimum, maximum)),
-      height_(std::clamp(height, minimum, maximum)), min_(minimum), max_(maximum),
-      changed_(std::move(changed)) {}
+      height_(std::clamp(height, minimum, maximum)), min_(minimum), max_(maximum), defaultWidth_(width_),
+      defaultHeight_(height_), changed_(std::move(changed)) {}
+
+void TFQSize::DeclareProperties(TPWPropertyList& props) {
+  props.Int<std::int32_t>(
+      "Width", [this] { return GetWidth(); }, [this](std::int64_t v) { SetWidth(static_cast<int>(v)); },
+      defaultWidth_);
+  props.Int<std::int32_t>(
+      "Height", [this] { return GetHeight(); }, [this](std::int64_t v) { SetHeight(static_cast<int>(v)); },
+      defaultHeight_);
+}
 
 int TFQSize::GetWidth() const {
   TPWLockHold hold = Read();
@@ -68,6 +77,19 @@ void TFQCommonROIMatrixFilter::SetAnchor(int x, int y) {
   TPWLockHold hold = GetLock().Write();
   if (!hold) return;
   anchor_ = {std::clamp(x, 0, 254), std::clamp(y, 0, 254)};
+}
+
+void TFQCommonROIMatrixFilter::DeclareProperties(TPWPropertyList& props) {
+  TFQCommonROIFilter::DeclareProperties(props);
+  props.Object("MatrixSize", MatrixSize);
+  props.Int<std::int32_t>(
+      "AnchorX", [this] { return GetAnchor().X; },
+      [this](std::int64_t v) { SetAnchor(static_cast<int>(std::clamp<std::int64_t>(v, 0, 254)), anchor_.Y); },
+      1);
+  props.Int<std::int32_t>(
+      "AnchorY", [this] { return GetAnchor().Y; },
+      [this](std::int64_t v) { SetAnchor(anchor_.X, static_cast<int>(std::clamp<std::int64_t>(v, 0, 254))); },
+      1);
 }
 
 void TFQCommonROIMatrixFilter::ReclaculateRoiAndOffsetInt(SIZE& Size, unsigned char*& InPtr,

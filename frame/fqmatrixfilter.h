@@ -29,10 +29,12 @@ public:
   void SetWidth(int value);
   void SetHeight(int value);
   void Assign(const TFQSize& other);
+  // Published: Width, Height (the sizes it was made with).
+  void DeclareProperties(TPWPropertyList& props) override;
 
 private:
   void Store(int& field, int value);
-  int width_, height_, min_, max_;
+  int width_, height_, min_, max_, defaultWidth_, defaultHeight_;
   std::function<void()> changed_;
 };
 
@@ -46,6 +48,8 @@ public:
   void SetAnchor(int x, int y);
 
   bool GetPreserveBufferData() override { return true; }
+  // Published: those of TFQCommonROIFilter, MatrixSize, AnchorX, AnchorY (1).
+  void DeclareProperties(TPWPropertyList& props) override;
 
 protected:
   // Notification: MatrixSize changed (called holding the lock).

@@ -11,6 +11,17 @@ void TFQMirror::SetMirrorType(TFQMirrorType value) {
   if (hold && value != GetMirrorType()) mirrorType_.store(value, std::memory_order_relaxed);
 }
 
+namespace {
+const TPWEnumType kMirrorTypes{"TFQMirrorType", {"mtHorizontal", "mtVertical", "mtBoth"}};
+} // namespace
+
+void TFQMirror::DeclareProperties(TPWPropertyList& props) {
+  TFQCommonFilter::DeclareProperties(props);
+  props.Enum(
+      "MirrorType", kMirrorTypes, [this] { return static_cast<int>(GetMirrorType()); },
+      [this](int v) { SetMirrorType(static_cast<TFQMirrorType>(v)); }, std::nullopt);
+}
+
 void TFQMirror::SetVideoFormat(IFQImageBuffer& Buffer) {
   const TFQVideoFormat format = Buffer.GetFormat();
   if (format == vfGrey || format == vf32Bit) return;

@@ -26,6 +26,9 @@ public:
   TFQMirrorType GetMirrorType() const { return mirrorType_.load(std::memory_order_relaxed); }
   void SetMirrorType(TFQMirrorType value);
 
+  // Published: those of TFQCommonFilter, MirrorType (always stored).
+  void DeclareProperties(TPWPropertyList& props) override;
+
   void SetVideoFormat(IFQImageBuffer& Buffer) override;
   void FilterInternalOperation(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer) override;
 

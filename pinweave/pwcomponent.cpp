@@ -25,6 +25,12 @@ void TPWComponent::SetName(std::string name) {
   name_ = std::move(name);
 }
 
+void TPWComponent::DeclareProperties(TPWPropertyList& props) {
+  props.Int<std::int32_t>(
+      "Tag", [this] { return static_cast<std::int64_t>(GetTag()); },
+      [this](std::int64_t v) { SetTag(static_cast<std::intptr_t>(v)); }, 0);
+}
+
 void TPWComponent::ReportError(std::string message) {
   TErrorHandler handler;
   {

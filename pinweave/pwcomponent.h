@@ -25,6 +25,7 @@
 
 #include "pinweave/pwlock.h"
 #include "pinweave/pwoperation.h"
+#include "pinweave/pwproperties.h"
 
 namespace framquist {
 
@@ -33,7 +34,7 @@ class TPWSinkPin;
 class TPWSourcePin;
 class TPWPinList;
 
-class TPWComponent {
+class TPWComponent : public IPWPersistent {
 public:
   TPWComponent();
   TPWComponent(const TPWComponent&) = delete;
@@ -62,6 +63,9 @@ public:
 
   // Called after the published properties were loaded.
   virtual void Loaded() {}
+
+  // Published: Tag (0). The name is the component's own, kept by its form.
+  void DeclareProperties(TPWPropertyList& props) override;
 
   // Failures a component meets while it runs (a file that cannot be opened,
   // a codec that refuses a frame) are reported here, not thrown across a
@@ -123,12 +127,12 @@ TPWOwned<T> Make(Args&&... args) {
 
 // TZNLockedPersistent: base of the property sub-objects (threshold rules,
 // lookup tables, ranges, offsets) that share their owner's lock.
-class TZNLockedPersistent {
+class TZNLockedPersistent : public IPWPersistent {
 public:
   explicit TZNLockedPersistent(IPWLock& lock) : lock_(&lock) {}
   TZNLockedPersistent(const TZNLockedPersistent&) = delete;
   TZNLockedPersistent& operator=(const TZNLockedPersistent&) = delete;
-  virtual ~TZNLockedPersistent() = default;
+  ~TZNLockedPersistent() override = default;
 
   IPWLock& GetLock() const { return *lock_; }
 
