@@ -6,6 +6,8 @@
 // Pins: InputPin.
 #pragma once
 
+#include <atomic>
+
 #include "frame/fqcommonfilter.h"
 #include "frame/fqimagepins.h"
 #include "pinweave/pwcomponent.h"
@@ -20,6 +22,14 @@ public:
   TFQPWImageSinkPin InputPin;
 
   TFQStreamInfo GetStreamInfo() const;
+  // What has arrived so far: frames processed, stream starts and stops.
+  long long GetFramesProcessed() const { return frames_.load(std::memory_order_acquire); }
+  int GetStartsSeen() const { return starts_.load(std::memory_order_acquire); }
+  int GetStopsSeen() const { return stops_.load(std::memory_order_acquire); }
+  // Frames past the limit are dropped (0: no limit); a runner that must
+  // write exactly N frames sets it.
+  void SetFrameLimit(long long limit) { limit_.store(limit, std::memory_order_release); }
+
   bool SinkDispatch(TPWSinkPin& pin, const TPWOperation& op) override;
 
 protected:
@@ -33,6 +43,12 @@ protected:
   virtual void SetVideoFormat(IFQImageBuffer& Buffer) { (void)Buffer; }
 
   TFQStreamInfo stream_; // guarded by the lock
+
+private:
+  std::atomic<long long> frames_{0};
+  std::atomic<long long> limit_{0};
+  std::atomic<int> starts_{0};
+  std::atomic<int> stops_{0};
 };
 
 } // namespace framquist

@@ -1,7 +1,7 @@
 # Installs the Debian packages the build needs, when any is missing.
 # Sourced by the tools/ scripts.
 framquist_deps() {
-  local pkgs=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev ccache pkgconf)
+  local pkgs=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev ccache pkgconf nlohmann-json3-dev)
   local missing=()
   for p in "${pkgs[@]}"; do
     dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
