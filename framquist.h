@@ -17,6 +17,7 @@
 #include "frame/fqcommonfilter.h"
 #include "frame/fqcommongen.h"
 #include "frame/fqendpoints.h"
+#include "frame/fqform.h"
 #include "frame/fqgeometricfilter.h"
 #include "frame/fqimagebuffer.h"
 #include "frame/fqimagepins.h"
@@ -26,3 +27,5 @@
 #include "frame/fqsinkfilter.h"
 #include "frame/fqtypes.h"
 #include "frame/fqvideoformat.h"
+
+#include "generators/fqtestpattern.h"

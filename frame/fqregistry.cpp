@@ -6,6 +6,7 @@
 
 #include "frame/fqendpoints.h"
 #include "frame/fqmirror.h"
+#include "generators/fqtestpattern.h"
 
 namespace framquist {
 
@@ -70,6 +71,7 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
   static const std::vector<TFQPackageUnit> units = {
       {"Fqendpoints", &Fqendpoints::Register},
       {"Fqmirror", &Fqmirror::Register},
+      {"Fqtestpattern", &Fqtestpattern::Register},
   };
   return units;
 }
