@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+struct Result {
+  int Code;
+  std::string Output; // standard output and error together
+};
+
+Result Cli(const std::string& args) {
+  const std::string command = std::string(FRAMQUIST_CLI) + " " + args + " 2>&1";
+  FILE* pipe = popen(command.c_str(), "r");
+  std::string out;
+  char buf[4096];
+  while (pipe != nullptr && fgets(buf, sizeof buf, pipe) != nullptr) out += buf;
+  const int status = pipe != nullptr ? pclose(pipe) : -1;
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
+
+std::filesystem::path TempDir() {
+  auto dir = std::filesystem::temp_directory_path() /
+             ("framquist_cli_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
+              ::testing::UnitTest::GetInstance()->current_test_info()->name());
+  std::filesystem::create_directories(dir);
+  return dir;
+}
+
+TEST(Cli, ListAndDescribe) {
+  const Result list = Cli("list");
+  EXPECT_EQ(list.Code, 0);
+  EXPECT_NE(list.Output.find("TFQMirror\n"), std::string::npos);
+  const Result describe = Cli("describe TFQMirror");
+  EXPECT_EQ(describe.Code, 0);
+  EXPECT_NE(describe.Output.find("mtHorizontal | mtVertical | mtBoth"), std::string::npos);
+  EXPECT_NE(describe.Output.find("InputPin"), std::string::npos);
+  EXPECT_EQ(Cli("describe TFQNothing").Code, 2);
+}
+
+TEST(Cli, UsageAndFormErrorsExitWithTwoAndSayWhere) {
+  EXPECT_EQ(Cli("").Code, 2);
+  EXPECT_EQ(Cli("frobnicate").Code, 2);
+  EXPECT_EQ(Cli("run").Code, 2);
+  const Result badOption = Cli("launch \"TFQTestPattern ! TFQImageGrabber\" --frames x");
+  EXPECT_EQ(badOption.Code, 2);
+  EXPECT_NE(badOption.Output.find("--frames expects a whole number"), std::string::npos);
+  const Result missing = Cli("run /nonexistent/form.json");
+  EXPECT_EQ(missing.Code, 2);
+  EXPECT_NE(missing.Output.find("/nonexistent/form.json: cannot read the file"), std::string::npos);
+  const Result badChain = Cli("launch \"TFQTestPattern ! TFQMirror MirrorType=up ! TFQImageGrabber\"");
+  EXPECT_EQ(badChain.Code, 2);
+  EXPECT_NE(badChain.Output.find("element 2"), std::string::npos);
+  EXPECT_NE(badChain.Output.find("expected one of mtHorizontal"), std::string::npos);
+}
+
+TEST(Cli, LaunchRunsSavesAndReportsProgress) {
+  const auto dir = TempDir();
+  const auto form = dir / "chain.json";
+  const auto progress = dir / "progress.txt";
+  const Result r = Cli("launch \"TFQTestPattern Rate=200 ImageSize.Width=32 ImageSize.Height=24 ! TFQMirror "
+                       "MirrorType=mtBoth ! TFQImageGrabber\" --frames 5 --quiet --save " +
+                       form.string() + " --progress " + progress.string());
+  ASSERT_EQ(r.Code, 0) << r.Output;
+  std::ifstream p(progress);
+  std::stringstream text;
+  text << p.rdbuf();
+  EXPECT_NE(text.str().find("frame=5\n"), std::string::npos) << text.str();
+  EXPECT_NE(text.str().find("progress=end\n"), std::string::npos);
+  // The saved chain runs again as a form.
+  const Result again = Cli("run " + form.string() + " --frames 3 --quiet");
+  EXPECT_EQ(again.Code, 0) << again.Output;
+  std::filesystem::remove_all(dir);
+}
+
+} // namespace
