@@ -1,7 +1,8 @@
 # Installs the Debian packages the build needs, when any is missing.
 # Sourced by the tools/ scripts.
 framquist_deps() {
-  local pkgs=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev ccache pkgconf nlohmann-json3-dev)
+  local pkgs=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev ccache pkgconf nlohmann-json3-dev
+              libavformat-dev libavcodec-dev libswscale-dev libavutil-dev ffmpeg)
   local missing=()
   for p in "${pkgs[@]}"; do
     dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")

@@ -233,6 +233,9 @@ int Run(TFQForm& form, const RunOptions& options) {
 
   std::signal(SIGINT, OnSignal);
   std::signal(SIGTERM, OnSignal);
+  // A reader that goes away (a closed pipe) becomes a write error the
+  // component reports, not a silent death.
+  std::signal(SIGPIPE, SIG_IGN);
   const auto start = std::chrono::steady_clock::now();
   form.Start();
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "frame/fqimagebuffer.h"
+#include "pinweave/pwcomponent.h"
 
 namespace framquist::test {
 
@@ -76,6 +77,18 @@ inline int MaxDifference(const IFQImageBuffer& a, const IFQImageBuffer& b) {
     for (int i = 0; i < row; ++i) worst = std::max(worst, std::abs(pa[i] - pb[i]));
   }
   return worst;
+}
+
+// Sets a published property as a form would and reads it back.
+inline TPWValue Published(TPWComponent& component, const std::string& name, const TPWValue& value) {
+  const TPWPropertyList props = PWDeclaredProperties(component);
+  const TPWProperty* property = props.Find(name);
+  if (property == nullptr) {
+    ADD_FAILURE() << component.GetClassName() << " publishes no " << name;
+    return {};
+  }
+  property->Set(value);
+  return property->Get();
 }
 
 // A smooth picture (lossy codecs keep it close), different for each seed.
