@@ -29,3 +29,7 @@
 #include "frame/fqvideoformat.h"
 
 #include "generators/fqtestpattern.h"
+
+#include "capture/fqrawpipe.h"
+#include "capture/fqthreadedsource.h"
+#include "capture/fqvideofile.h"

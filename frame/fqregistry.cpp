@@ -7,6 +7,8 @@
 #include "frame/fqendpoints.h"
 #include "frame/fqmirror.h"
 #include "generators/fqtestpattern.h"
+#include "capture/fqrawpipe.h"
+#include "capture/fqvideofile.h"
 
 namespace framquist {
 
@@ -72,6 +74,8 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fqendpoints", &Fqendpoints::Register},
       {"Fqmirror", &Fqmirror::Register},
       {"Fqtestpattern", &Fqtestpattern::Register},
+      {"Fqvideofile", &Fqvideofile::Register},
+      {"Fqrawpipe", &Fqrawpipe::Register},
   };
   return units;
 }
