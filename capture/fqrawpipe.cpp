@@ -219,7 +219,8 @@ bool ParseInt(const std::string& text, long long& value) {
 // Empty on success, else what is wrong with the stream header.
 std::string ParseStreamHeader(const std::string& line, TStreamHeader& header) {
   static constexpr std::string_view kMagic = "YUV4MPEG2";
-  if (line.compare(0, kMagic.size(), kMagic) != 0 || (line.size() > kMagic.size() && line[kMagic.size()] != ' '))
+  if (line.compare(0, kMagic.size(), kMagic) != 0 ||
+      (line.size() > kMagic.size() && line[kMagic.size()] != ' '))
     return "not a YUV4MPEG2 stream";
   std::string colour = "420jpeg";
   std::size_t at = kMagic.size();
@@ -233,7 +234,8 @@ std::string ParseStreamHeader(const std::string& line, TStreamHeader& header) {
     switch (token[0]) {
     case 'W':
     case 'H':
-      if (!ParseInt(value, number) || number < 1 || number > kMaxSide) return "bad frame size '" + token + "'";
+      if (!ParseInt(value, number) || number < 1 || number > kMaxSide)
+        return "bad frame size '" + token + "'";
       (token[0] == 'W' ? header.Width : header.Height) = static_cast<int>(number);
       break;
     case 'F': {
@@ -343,8 +345,9 @@ void TFQY4MSource::ReadInput() {
   if (!why.empty()) return fail(why);
 
   const int w = header.Width, h = header.Height;
-  const TFQVideoFormat format =
-      header.Pixel == AV_PIX_FMT_GRAY8 ? vfGrey : header.Pixel == AV_PIX_FMT_YUVA444P ? vf32Bit : vf24Bit;
+  const TFQVideoFormat format = header.Pixel == AV_PIX_FMT_GRAY8      ? vfGrey
+                                : header.Pixel == AV_PIX_FMT_YUVA444P ? vf32Bit
+                                                                      : vf24Bit;
   std::vector<std::uint8_t> data(static_cast<std::size_t>(av_image_get_buffer_size(header.Pixel, w, h, 1)));
   std::uint8_t* planes[4] = {};
   int strides[4] = {};
@@ -609,7 +612,8 @@ bool TFQRawVideoSource::OpenInput(TStreamStart& start) {
 void TFQRawVideoSource::ReadInput() {
   using TResult = TStreamReader::TResult;
   TInput& in = *input_;
-  const std::size_t row = static_cast<std::size_t>(in.width) * static_cast<std::size_t>(FQBytesPerPixel(in.format));
+  const std::size_t row =
+      static_cast<std::size_t>(in.width) * static_cast<std::size_t>(FQBytesPerPixel(in.format));
   std::vector<std::uint8_t> data(row * static_cast<std::size_t>(in.height));
   for (std::int64_t n = 0;; ++n) {
     const TResult r = in.reader->Read(data.data(), data.size());
@@ -617,7 +621,8 @@ void TFQRawVideoSource::ReadInput() {
     if (r != TResult::Ok) {
       if (!StopRequested())
         ReportError("cannot read " + Describe(in.name, false) + ": " +
-                    (r == TResult::Failed ? SystemError(in.reader->Error()) : "truncated frame " + std::to_string(n)));
+                    (r == TResult::Failed ? SystemError(in.reader->Error())
+                                          : "truncated frame " + std::to_string(n)));
       return;
     }
     IFQImageBuffer out = IFQImageBuffer::Create(in.width, in.height, in.format);
@@ -692,7 +697,8 @@ void TFQRawVideoSink::ProcessImage(IFQImageBuffer Buffer) {
   if (Buffer.GetWidth() == out.width && Buffer.GetHeight() == out.height) {
     const std::uint8_t* src = Buffer.GetReadPointer();
     for (int y = 0; y < out.height; ++y)
-      std::memcpy(out.buffer.data() + y * row, src + static_cast<std::ptrdiff_t>(y) * Buffer.GetLineStep(), row);
+      std::memcpy(out.buffer.data() + y * row, src + static_cast<std::ptrdiff_t>(y) * Buffer.GetLineStep(),
+                  row);
   } else {
     std::uint8_t* planes[4] = {out.buffer.data(), nullptr, nullptr, nullptr};
     const int strides[4] = {static_cast<int>(row), 0, 0, 0};

@@ -101,8 +101,8 @@ void TFQThreadedSource::BeforeDestruction() {
 }
 
 void TFQThreadedSource::Announce(const TStreamStart& start) {
-  if (announced_ && start.Width == last_.Width && start.Height == last_.Height && start.Format == last_.Format &&
-      start.Interval == last_.Interval)
+  if (announced_ && start.Width == last_.Width && start.Height == last_.Height &&
+      start.Format == last_.Format && start.Interval == last_.Interval)
     return;
   announced_ = true;
   last_ = start;

@@ -390,7 +390,8 @@ bool Lists(const AVPixelFormat* list, AVPixelFormat format) {
 AVPixelFormat NaturalPixelFormat(const AVCodec* codec, const AVOutputFormat* container, AVPixelFormat input) {
   const bool grey = input == AV_PIX_FMT_GRAY8;
   // The y4m muxer takes YUV only; 4:4:4 keeps all the colour there is.
-  if (std::string_view(container->name) == "yuv4mpegpipe") return grey ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_YUV444P;
+  if (std::string_view(container->name) == "yuv4mpegpipe")
+    return grey ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_YUV444P;
   if (codec->pix_fmts == nullptr) return input; // raw codecs store any layout
   std::vector<AVPixelFormat> usable;
   for (const AVPixelFormat* p = codec->pix_fmts; *p != AV_PIX_FMT_NONE; ++p)
@@ -409,7 +410,8 @@ AVPixelFormat NaturalPixelFormat(const AVCodec* codec, const AVOutputFormat* con
 // Quality 0..100 onto the codec's own scale: 75 gives the codec's usual
 // default, 100 its best, 0 its worst.
 double QualityScale(int quality, double best, double usual, double worst) {
-  return quality >= 75 ? usual + (best - usual) * (quality - 75) / 25.0 : worst + (usual - worst) * quality / 75.0;
+  return quality >= 75 ? usual + (best - usual) * (quality - 75) / 25.0
+                       : worst + (usual - worst) * quality / 75.0;
 }
 
 void ApplyQuality(AVCodecContext* encoder, const AVCodec* codec, int quality, AVDictionary** options) {
@@ -418,7 +420,8 @@ void ApplyQuality(AVCodecContext* encoder, const AVCodec* codec, int quality, AV
   if (privateClass != nullptr &&
       av_opt_find(&privateClass, "crf", nullptr, 0, AV_OPT_SEARCH_FAKE_OBJ) != nullptr) {
     const std::string_view name = codec->name;
-    const bool scale63 = name.starts_with("libvpx") || name.starts_with("libaom") || name.starts_with("libsvtav1");
+    const bool scale63 =
+        name.starts_with("libvpx") || name.starts_with("libaom") || name.starts_with("libsvtav1");
     const double crf = scale63 ? QualityScale(quality, 4, 31, 63) : QualityScale(quality, 0, 23, 51);
     av_dict_set(options, "crf", std::to_string(std::lround(crf)).c_str(), 0);
     if (scale63) encoder->bit_rate = 0; // constant quality rather than a bit rate
@@ -467,7 +470,8 @@ struct TFQVideoFileSink::TWriter {
     const AVCodec* codec =
         codecName.empty() ? DefaultEncoder(container, path) : avcodec_find_encoder_by_name(codecName.c_str());
     if (codec == nullptr)
-      return codecName.empty() ? std::string("no encoder for ") + container->name : "no encoder '" + codecName + "'";
+      return codecName.empty() ? std::string("no encoder for ") + container->name
+                               : "no encoder '" + codecName + "'";
     if (codec->type != AVMEDIA_TYPE_VIDEO) return "'" + codecName + "' is not a video encoder";
     if (avformat_query_codec(container, codec->id, FF_COMPLIANCE_NORMAL) == 0)
       return std::string(codec->name) + " cannot be stored in " + container->name;
@@ -645,8 +649,8 @@ void TFQVideoFileSink::DeclareProperties(TPWPropertyList& props) {
       "Quality", [this] { return GetQuality(); },
       [this](std::int64_t v) { SetQuality(static_cast<int>(std::clamp<std::int64_t>(v, 0, 100))); }, 75);
   props.String(
-      "PixelFormat", [this] { return GetPixelFormat(); }, [this](std::string v) { SetPixelFormat(std::move(v)); },
-      "");
+      "PixelFormat", [this] { return GetPixelFormat(); },
+      [this](std::string v) { SetPixelFormat(std::move(v)); }, "");
 }
 
 void TFQVideoFileSink::BeforeDestruction() {

@@ -90,7 +90,7 @@ protected:
 private:
   struct TReader;
   std::unique_ptr<TReader> reader_; // the open file; the stream's thread only
-  std::string fileName_;             // guarded by the lock
+  std::string fileName_;            // guarded by the lock
   // Atomic so the reader thread and getters need no lock; stored under it.
   std::atomic<bool> loop_{false};
   std::atomic<TFQVideoFormat> format_{vf24Bit};

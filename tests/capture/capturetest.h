@@ -23,8 +23,8 @@ inline bool HaveFfmpeg() {
   return have;
 }
 
-#define FQ_SKIP_WITHOUT_FFMPEG()                                                                          \
-  if (!::framquist::test::HaveFfmpeg())                                                                   \
+#define FQ_SKIP_WITHOUT_FFMPEG()                                                                             \
+  if (!::framquist::test::HaveFfmpeg())                                                                      \
   GTEST_SKIP() << "the ffmpeg command is not installed (tools/deps.sh installs it)"
 
 // Runs the ffmpeg command quietly; true when it succeeded.
@@ -60,7 +60,8 @@ inline std::vector<IFQImageBuffer> ReadRawFrames(const std::string& file, int wi
   while (in.read(data.data(), static_cast<std::streamsize>(data.size()))) {
     IFQImageBuffer frame = IFQImageBuffer::Create(width, height, format);
     for (int y = 0; y < height; ++y)
-      std::memcpy(frame.GetWritePointer() + static_cast<long>(y) * frame.GetLineStep(), data.data() + y * row, row);
+      std::memcpy(frame.GetWritePointer() + static_cast<long>(y) * frame.GetLineStep(), data.data() + y * row,
+                  row);
     frames.push_back(frame);
   }
   return frames;
@@ -98,7 +99,8 @@ inline IFQImageBuffer Gradient(int width, int height, TFQVideoFormat format, int
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
       std::uint8_t* p = frame.GetWritePointer() + static_cast<long>(y) * frame.GetLineStep() + x * bpp;
-      const std::uint8_t v[4] = {static_cast<std::uint8_t>(x * 200 / width), static_cast<std::uint8_t>(y * 200 / height),
+      const std::uint8_t v[4] = {static_cast<std::uint8_t>(x * 200 / width),
+                                 static_cast<std::uint8_t>(y * 200 / height),
                                  static_cast<std::uint8_t>(40 + seed * 10), 255};
       std::memcpy(p, v, static_cast<std::size_t>(bpp));
     }

@@ -51,7 +51,8 @@ struct Reader {
 
 // frames -> TFQImageSource -> sink; the sink's last error.
 template <class TSink>
-std::string Write(const std::string& file, const std::vector<IFQImageBuffer>& frames, std::int64_t interval = 400000) {
+std::string Write(const std::string& file, const std::vector<IFQImageBuffer>& frames,
+                  std::int64_t interval = 400000) {
   auto source = Make<TFQImageSource>();
   auto sink = Make<TSink>();
   sink->SetFileName(file);
@@ -76,8 +77,8 @@ TEST_P(Y4MFromFfmpeg, ReadsAPipeAsFfmpegDecodesIt) {
   TScratch scratch;
   const Y4MCase c = GetParam();
   const bool grey = std::string(c.pixelFormat) == "gray";
-  ASSERT_TRUE(Ffmpeg("-f lavfi -i testsrc=size=64x48:rate=10 -frames:v 6 -pix_fmt " + std::string(c.pixelFormat) +
-                     " " + c.extra + " -f yuv4mpegpipe " + scratch / "in.y4m"));
+  ASSERT_TRUE(Ffmpeg("-f lavfi -i testsrc=size=64x48:rate=10 -frames:v 6 -pix_fmt " +
+                     std::string(c.pixelFormat) + " " + c.extra + " -f yuv4mpegpipe " + scratch / "in.y4m"));
   ASSERT_TRUE(Ffmpeg("-i " + scratch / "in.y4m" + " -f rawvideo -pix_fmt " + (grey ? "gray " : "bgr24 ") +
                      scratch / "in.raw"));
   const auto expected = ReadRawFrames(scratch / "in.raw", 64, 48, grey ? vfGrey : vf24Bit);
@@ -99,8 +100,9 @@ TEST_P(Y4MFromFfmpeg, ReadsAPipeAsFfmpegDecodesIt) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ColourSpaces, Y4MFromFfmpeg,
-                         ::testing::Values(Y4MCase{"yuv420p", ""}, Y4MCase{"yuv422p", ""}, Y4MCase{"yuv444p", ""},
-                                           Y4MCase{"gray", ""}, Y4MCase{"yuv420p", "-color_range pc"}),
+                         ::testing::Values(Y4MCase{"yuv420p", ""}, Y4MCase{"yuv422p", ""},
+                                           Y4MCase{"yuv444p", ""}, Y4MCase{"gray", ""},
+                                           Y4MCase{"yuv420p", "-color_range pc"}),
                          [](const auto& info) {
                            return std::string(info.param.pixelFormat) + (*info.param.extra ? "_full" : "");
                          });
@@ -108,7 +110,8 @@ INSTANTIATE_TEST_SUITE_P(ColourSpaces, Y4MFromFfmpeg,
 TEST(Y4M, SinkWritesWhatFfmpegAndTheSourceRead) {
   FQ_SKIP_WITHOUT_FFMPEG();
   TScratch scratch;
-  std::vector<IFQImageBuffer> frames{test::Gradient(40, 30, vf24Bit, 0), test::RandomFrame(40, 30, vf24Bit, 5),
+  std::vector<IFQImageBuffer> frames{test::Gradient(40, 30, vf24Bit, 0),
+                                     test::RandomFrame(40, 30, vf24Bit, 5),
                                      test::RandomFrame(40, 30, vf32Bit, 6)};
   ASSERT_EQ(Write<TFQY4MSink>(scratch / "out.y4m", frames, 333'667), "");
   std::ifstream head(scratch / "out.y4m");
@@ -131,7 +134,8 @@ TEST(Y4M, SinkWritesWhatFfmpegAndTheSourceRead) {
   }
 
   // Grey streams are mono and come back unchanged.
-  const std::vector<IFQImageBuffer> grey{test::RandomFrame(9, 7, vfGrey, 1), test::RandomFrame(9, 7, vfGrey, 2)};
+  const std::vector<IFQImageBuffer> grey{test::RandomFrame(9, 7, vfGrey, 1),
+                                         test::RandomFrame(9, 7, vfGrey, 2)};
   ASSERT_EQ(Write<TFQY4MSink>(scratch / "grey.y4m", grey), "");
   const auto greyBack = Reader<TFQY4MSource>(scratch / "grey.y4m").Read();
   ASSERT_EQ(greyBack.size(), 2u);
@@ -210,19 +214,22 @@ TEST(RawPipe, ReadsFfmpegRawOutputAndReportsATruncatedFrame) {
 }
 
 TEST(RawPipe, FailuresAreReportedNotFatal) {
-  const std::vector<IFQImageBuffer> frames{test::RandomFrame(8, 8, vf24Bit, 1), test::RandomFrame(8, 8, vf24Bit, 2)};
+  const std::vector<IFQImageBuffer> frames{test::RandomFrame(8, 8, vf24Bit, 1),
+                                           test::RandomFrame(8, 8, vf24Bit, 2)};
   EXPECT_EQ(Write<TFQY4MSink>("/nonexistent-dir/x.y4m", frames),
             "cannot write '/nonexistent-dir/x.y4m': No such file or directory");
   Reader<TFQY4MSource> missing("/nonexistent-dir/x.y4m");
   missing.source->Start();
-  EXPECT_EQ(missing.source->GetLastError(), "cannot open '/nonexistent-dir/x.y4m': No such file or directory");
+  EXPECT_EQ(missing.source->GetLastError(),
+            "cannot open '/nonexistent-dir/x.y4m': No such file or directory");
   EXPECT_FALSE(missing.source->IsStreaming());
 
   // A reader that went away: an error, not SIGPIPE.
   int fds[2];
   ASSERT_EQ(pipe(fds), 0);
   close(fds[0]);
-  EXPECT_EQ(Write<TFQRawVideoSink>(FdName(fds[1]), frames), "cannot write '" + FdName(fds[1]) + "': Broken pipe");
+  EXPECT_EQ(Write<TFQRawVideoSink>(FdName(fds[1]), frames),
+            "cannot write '" + FdName(fds[1]) + "': Broken pipe");
   close(fds[1]);
 
   // Stop while the thread waits on a pipe that stays silent.

@@ -40,8 +40,8 @@ struct Player {
 };
 
 // frames -> TFQImageSource -> TFQVideoFileSink; the sink's last error.
-std::string Record(const std::string& file, const std::vector<IFQImageBuffer>& frames, std::int64_t interval = 400000,
-                   const std::string& codec = "") {
+std::string Record(const std::string& file, const std::vector<IFQImageBuffer>& frames,
+                   std::int64_t interval = 400000, const std::string& codec = "") {
   auto source = Make<TFQImageSource>();
   auto sink = Make<TFQVideoFileSink>();
   sink->SetFileName(file);
@@ -127,8 +127,9 @@ TEST_F(VideoFile, LossyContainersAreReadableAndClose) {
   for (int i = 0; i < 5; ++i) frames.push_back(test::Gradient(64, 48, vf24Bit, i));
   // Average difference allowed per byte: gif stores 3-3-2 colour, the rest
   // are lossy codecs at the default quality (y4m only by its 4:4:4 YUV).
-  for (const auto& [name, tolerance] : {std::pair{"a.mp4", 3.0}, std::pair{"a.webm", 3.0}, std::pair{"a.avi", 3.0},
-                                        std::pair{"a.y4m", 1.0}, std::pair{"a.gif", 25.0}, std::pair{"a.jpg", 3.0}}) {
+  for (const auto& [name, tolerance] :
+       {std::pair{"a.mp4", 3.0}, std::pair{"a.webm", 3.0}, std::pair{"a.avi", 3.0}, std::pair{"a.y4m", 1.0},
+        std::pair{"a.gif", 25.0}, std::pair{"a.jpg", 3.0}}) {
     SCOPED_TRACE(name);
     ASSERT_EQ(Record(scratch / name, frames), "");
     const auto back = Player(scratch / name).Play();
@@ -140,7 +141,8 @@ TEST_F(VideoFile, LossyContainersAreReadableAndClose) {
     double sum = 0;
     for (int y = 0; y < 48; ++y)
       for (int x = 0; x < 64; ++x)
-        for (int k = 0; k < 3; ++k) sum += std::abs(test::PixelAt(decoded, x, y)[k] - test::PixelAt(original, x, y)[k]);
+        for (int k = 0; k < 3; ++k)
+          sum += std::abs(test::PixelAt(decoded, x, y)[k] - test::PixelAt(original, x, y)[k]);
     EXPECT_LT(sum / (64 * 48 * 3), tolerance);
   }
 }
@@ -200,7 +202,8 @@ TEST_F(VideoFile, FailuresAreReportedNotThrown) {
   Player missing(scratch / "missing.mp4");
   missing.source->Start();
   EXPECT_FALSE(missing.source->IsStreaming());
-  EXPECT_EQ(missing.source->GetLastError(), "cannot open '" + scratch / "missing.mp4" + "': No such file or directory");
+  EXPECT_EQ(missing.source->GetLastError(),
+            "cannot open '" + scratch / "missing.mp4" + "': No such file or directory");
   EXPECT_EQ(missing.grabber->GetStartCount(), 0);
 
   const std::vector<IFQImageBuffer> frames{test::RandomFrame(16, 16, vf24Bit, 1)};
