@@ -13,6 +13,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/log.h>
 #include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
@@ -705,6 +706,9 @@ void TFQVideoFileSink::Finish() {
 
 namespace Fqvideofile {
 void Register() {
+  // The codec libraries chat at their default level (encoder statistics on
+  // every file); keep them to errors unless the application chose a level.
+  if (av_log_get_level() == AV_LOG_INFO) av_log_set_level(AV_LOG_ERROR);
   RegisterComponents("Framquist", {FQClass<TFQVideoFileSource>("TFQVideoFileSource"),
                                    FQClass<TFQVideoFileSink>("TFQVideoFileSink")});
 }

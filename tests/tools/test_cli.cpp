@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -76,6 +77,51 @@ TEST(Cli, LaunchRunsSavesAndReportsProgress) {
   // The saved chain runs again as a form.
   const Result again = Cli("run " + form.string() + " --frames 3 --quiet");
   EXPECT_EQ(again.Code, 0) << again.Output;
+  std::filesystem::remove_all(dir);
+}
+
+} // namespace
+
+namespace {
+
+bool HaveFfmpeg() { return std::system("ffmpeg -version > /dev/null 2>&1") == 0; }
+
+std::string ReadAll(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+// A real video from ffmpeg's test source, flipped left-right by a launched
+// chain into a lossless file: every decoded output frame must be the decoded
+// input frame mirrored, byte for byte.
+TEST(Cli, LaunchedChainMirrorsARealVideoExactly) {
+  if (!HaveFfmpeg()) GTEST_SKIP() << "the ffmpeg command is not installed";
+  const auto dir = TempDir();
+  const auto in = dir / "in.mkv", out = dir / "out.mkv";
+  const auto inRaw = dir / "in.bgr", outRaw = dir / "out.bgr";
+  ASSERT_EQ(std::system(("ffmpeg -v error -y -f lavfi -i testsrc=size=96x64:rate=10 -frames:v 8 -c:v ffv1 " +
+                         in.string())
+                            .c_str()),
+            0);
+  const Result r = Cli("launch \"TFQVideoFileSource FileName=" + in.string() +
+                       " ! TFQMirror MirrorType=mtVertical ! TFQVideoFileSink FileName=" + out.string() + "\" --quiet");
+  ASSERT_EQ(r.Code, 0) << r.Output;
+  for (const auto& [video, raw] : {std::pair{in, inRaw}, std::pair{out, outRaw}})
+    ASSERT_EQ(std::system(("ffmpeg -v error -y -i " + video.string() + " -f rawvideo -pix_fmt bgr24 " + raw.string())
+                              .c_str()),
+              0);
+  const std::string a = ReadAll(inRaw), b = ReadAll(outRaw);
+  const std::size_t w = 96, h = 64, frame = w * h * 3;
+  ASSERT_EQ(a.size(), 8 * frame);
+  ASSERT_EQ(b.size(), a.size());
+  for (std::size_t f = 0; f < 8; ++f)
+    for (std::size_t y = 0; y < h; ++y)
+      for (std::size_t x = 0; x < w; ++x)
+        for (std::size_t c = 0; c < 3; ++c)
+          ASSERT_EQ(b[f * frame + (y * w + x) * 3 + c], a[f * frame + (y * w + (w - 1 - x)) * 3 + c])
+              << "frame " << f << " pixel " << x << "," << y;
   std::filesystem::remove_all(dir);
 }
 
