@@ -33,3 +33,6 @@
 #include "capture/fqrawpipe.h"
 #include "capture/fqthreadedsource.h"
 #include "capture/fqvideofile.h"
+
+#include "streams/fqchangeformat.h"
+#include "streams/fqframechange.h"

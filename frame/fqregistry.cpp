@@ -9,6 +9,8 @@
 #include "generators/fqtestpattern.h"
 #include "capture/fqrawpipe.h"
 #include "capture/fqvideofile.h"
+#include "streams/fqchangeformat.h"
+#include "streams/fqframechange.h"
 
 namespace framquist {
 
@@ -76,6 +78,8 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fqtestpattern", &Fqtestpattern::Register},
       {"Fqvideofile", &Fqvideofile::Register},
       {"Fqrawpipe", &Fqrawpipe::Register},
+      {"Fqframechange", &Fqframechange::Register},
+      {"Fqchangeformat", &Fqchangeformat::Register},
   };
   return units;
 }
