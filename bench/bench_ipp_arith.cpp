@@ -18,8 +18,8 @@ constexpr IppiSize kFrame = {1920, 1080};
 
 struct Frames {
   explicit Frames(int pixelBytes)
-      : step(kFrame.width * pixelBytes), src1(static_cast<std::size_t>(step) * kFrame.height), src2(src1.size()),
-        dst(src1.size()) {
+      : step(kFrame.width * pixelBytes), src1(static_cast<std::size_t>(step) * kFrame.height),
+        src2(src1.size()), dst(src1.size()) {
     for (std::size_t i = 0; i < src1.size(); ++i) {
       src1[i] = static_cast<Ipp8u>(i * 131 + 7);
       src2[i] = static_cast<Ipp8u>(i * 71 + 3);

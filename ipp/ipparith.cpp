@@ -9,8 +9,9 @@ using namespace ipp_detail;
 
 namespace {
 
-IppStatus binaryWith(ArithOp op, int bytesPerPixel, bool ac4, const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2,
-                     int src2Step, Ipp8u* pDst, int dstStep, IppiSize roi, int scaleFactor) noexcept {
+IppStatus binaryWith(ArithOp op, int bytesPerPixel, bool ac4, const Ipp8u* pSrc1, int src1Step,
+                     const Ipp8u* pSrc2, int src2Step, Ipp8u* pDst, int dstStep, IppiSize roi,
+                     int scaleFactor) noexcept {
   IppStatus st = checkTwo(pSrc1, src1Step, pDst, dstStep, roi, bytesPerPixel);
   if (st == ippStsNoErr) st = checkOne(pSrc2, src2Step, roi, bytesPerPixel);
   if (st != ippStsNoErr) return st;
@@ -23,14 +24,14 @@ IppStatus binaryWith(ArithOp op, int bytesPerPixel, bool ac4, const Ipp8u* pSrc1
 } // namespace
 
 #define FQ_ARITH_SFS(name, op, bpp, ac4)                                                                     \
-  IppStatus name(const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2, int src2Step, Ipp8u* pDst, int dstStep, \
-                 IppiSize roiSize, int scaleFactor) {                                                        \
-    return binaryWith(op, bpp, ac4, pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize, scaleFactor);   \
+  IppStatus name(const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2, int src2Step, Ipp8u* pDst,            \
+                 int dstStep, IppiSize roiSize, int scaleFactor) {                                           \
+    return binaryWith(op, bpp, ac4, pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize, scaleFactor);  \
   }
 #define FQ_ARITH_PLAIN(name, op, bpp, ac4)                                                                   \
-  IppStatus name(const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2, int src2Step, Ipp8u* pDst, int dstStep, \
-                 IppiSize roiSize) {                                                                         \
-    return binaryWith(op, bpp, ac4, pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize, 0);             \
+  IppStatus name(const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2, int src2Step, Ipp8u* pDst,            \
+                 int dstStep, IppiSize roiSize) {                                                            \
+    return binaryWith(op, bpp, ac4, pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize, 0);            \
   }
 
 FQ_ARITH_SFS(ippiAdd_8u_C1RSfs, kArithAdd, 1, false)

@@ -45,8 +45,8 @@ enum IppStatus : int {
   ippStsNoMemErr = -4,       // memory could not be allocated
   ippStsErr = -2,            // unspecified error
   ippStsNoErr = 0,
-  ippStsNoOperation = 1,     // warning: the call had nothing to do
-  ippStsDivByZero = 6,       // warning: a divisor was zero (Div)
+  ippStsNoOperation = 1, // warning: the call had nothing to do
+  ippStsDivByZero = 6,   // warning: a divisor was zero (Div)
 };
 
 // Axis an image is mirrored about: ippAxsHorizontal turns it upside down,

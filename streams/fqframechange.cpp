@@ -105,7 +105,8 @@ void TFQFrameChange::FilterInternalOperation(IFQImageBuffer InBuffer, IFQImageBu
     p.xorOp(in, inStep, prev, prevStep, out, outStep, roi);
     break;
   case fcoAbsDiff: // every byte alike, alpha included
-    ippiAbsDiff_8u_C1R(in, inStep, prev, prevStep, out, outStep, {size.cx * FQBytesPerPixel(format), size.cy});
+    ippiAbsDiff_8u_C1R(in, inStep, prev, prevStep, out, outStep,
+                       {size.cx * FQBytesPerPixel(format), size.cy});
     break;
   }
 }

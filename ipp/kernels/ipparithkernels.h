@@ -6,8 +6,17 @@
 
 namespace framquist::ipp_detail {
 
-enum ArithOp : int { kArithAdd, kArithSub, kArithMul, kArithDiv, kArithOr, kArithAnd, kArithXor, kArithAbsDiff,
-                     kArithOpCount };
+enum ArithOp : int {
+  kArithAdd,
+  kArithSub,
+  kArithMul,
+  kArithDiv,
+  kArithOr,
+  kArithAnd,
+  kArithXor,
+  kArithAbsDiff,
+  kArithOpCount
+};
 
 // Which samples a kernel writes: every byte of a row (width counts bytes),
 // or the first three of each 4-byte pixel (width counts pixels).

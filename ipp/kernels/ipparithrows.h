@@ -74,7 +74,8 @@ struct ArithImage {
   static int run(const u8* src1, int src1Step, const u8* src2, int src2Step, u8* dst, int dstStep, int width,
                  int height, int sf) {
     int n = AC4 ? width * 4 : width;
-    if (contiguous(src1Step, n, height) && contiguous(src2Step, n, height) && contiguous(dstStep, n, height)) {
+    if (contiguous(src1Step, n, height) && contiguous(src2Step, n, height) &&
+        contiguous(dstStep, n, height)) {
       n *= height;
       height = 1;
     }

@@ -42,7 +42,9 @@ inline Ipp8u divSample(Ipp8u s1, Ipp8u s2, int sf) {
 inline Ipp8u orSample(Ipp8u s1, Ipp8u s2, int) { return static_cast<Ipp8u>(s1 | s2); }
 inline Ipp8u andSample(Ipp8u s1, Ipp8u s2, int) { return static_cast<Ipp8u>(s1 & s2); }
 inline Ipp8u xorSample(Ipp8u s1, Ipp8u s2, int) { return static_cast<Ipp8u>(s1 ^ s2); }
-inline Ipp8u absDiffSample(Ipp8u s1, Ipp8u s2, int) { return static_cast<Ipp8u>(s1 > s2 ? s1 - s2 : s2 - s1); }
+inline Ipp8u absDiffSample(Ipp8u s1, Ipp8u s2, int) {
+  return static_cast<Ipp8u>(s1 > s2 ? s1 - s2 : s2 - s1);
+}
 
 } // namespace
 } // namespace framquist::ipp_detail

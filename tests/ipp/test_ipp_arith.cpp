@@ -19,17 +19,28 @@ struct Form {
 };
 
 const Form kForms[] = {
-    {"Add_C1", 1, 1, ippiAdd_8u_C1RSfs, nullptr, false},  {"Add_C3", 3, 3, ippiAdd_8u_C3RSfs, nullptr, false},
-    {"Add_AC4", 4, 3, ippiAdd_8u_AC4RSfs, nullptr, false}, {"Sub_C1", 1, 1, ippiSub_8u_C1RSfs, nullptr, false},
-    {"Sub_C3", 3, 3, ippiSub_8u_C3RSfs, nullptr, false},  {"Sub_AC4", 4, 3, ippiSub_8u_AC4RSfs, nullptr, false},
-    {"Mul_C1", 1, 1, ippiMul_8u_C1RSfs, nullptr, false},  {"Mul_C3", 3, 3, ippiMul_8u_C3RSfs, nullptr, false},
-    {"Mul_AC4", 4, 3, ippiMul_8u_AC4RSfs, nullptr, false}, {"Div_C1", 1, 1, ippiDiv_8u_C1RSfs, nullptr, true},
-    {"Div_C3", 3, 3, ippiDiv_8u_C3RSfs, nullptr, true},   {"Div_AC4", 4, 3, ippiDiv_8u_AC4RSfs, nullptr, true},
-    {"Or_C1", 1, 1, nullptr, ippiOr_8u_C1R, false},       {"Or_C3", 3, 3, nullptr, ippiOr_8u_C3R, false},
-    {"Or_AC4", 4, 3, nullptr, ippiOr_8u_AC4R, false},     {"And_C1", 1, 1, nullptr, ippiAnd_8u_C1R, false},
-    {"And_C3", 3, 3, nullptr, ippiAnd_8u_C3R, false},     {"And_AC4", 4, 3, nullptr, ippiAnd_8u_AC4R, false},
-    {"Xor_C1", 1, 1, nullptr, ippiXor_8u_C1R, false},     {"Xor_C3", 3, 3, nullptr, ippiXor_8u_C3R, false},
-    {"Xor_AC4", 4, 3, nullptr, ippiXor_8u_AC4R, false},   {"AbsDiff_C1", 1, 1, nullptr, ippiAbsDiff_8u_C1R, false},
+    {"Add_C1", 1, 1, ippiAdd_8u_C1RSfs, nullptr, false},
+    {"Add_C3", 3, 3, ippiAdd_8u_C3RSfs, nullptr, false},
+    {"Add_AC4", 4, 3, ippiAdd_8u_AC4RSfs, nullptr, false},
+    {"Sub_C1", 1, 1, ippiSub_8u_C1RSfs, nullptr, false},
+    {"Sub_C3", 3, 3, ippiSub_8u_C3RSfs, nullptr, false},
+    {"Sub_AC4", 4, 3, ippiSub_8u_AC4RSfs, nullptr, false},
+    {"Mul_C1", 1, 1, ippiMul_8u_C1RSfs, nullptr, false},
+    {"Mul_C3", 3, 3, ippiMul_8u_C3RSfs, nullptr, false},
+    {"Mul_AC4", 4, 3, ippiMul_8u_AC4RSfs, nullptr, false},
+    {"Div_C1", 1, 1, ippiDiv_8u_C1RSfs, nullptr, true},
+    {"Div_C3", 3, 3, ippiDiv_8u_C3RSfs, nullptr, true},
+    {"Div_AC4", 4, 3, ippiDiv_8u_AC4RSfs, nullptr, true},
+    {"Or_C1", 1, 1, nullptr, ippiOr_8u_C1R, false},
+    {"Or_C3", 3, 3, nullptr, ippiOr_8u_C3R, false},
+    {"Or_AC4", 4, 3, nullptr, ippiOr_8u_AC4R, false},
+    {"And_C1", 1, 1, nullptr, ippiAnd_8u_C1R, false},
+    {"And_C3", 3, 3, nullptr, ippiAnd_8u_C3R, false},
+    {"And_AC4", 4, 3, nullptr, ippiAnd_8u_AC4R, false},
+    {"Xor_C1", 1, 1, nullptr, ippiXor_8u_C1R, false},
+    {"Xor_C3", 3, 3, nullptr, ippiXor_8u_C3R, false},
+    {"Xor_AC4", 4, 3, nullptr, ippiXor_8u_AC4R, false},
+    {"AbsDiff_C1", 1, 1, nullptr, ippiAbsDiff_8u_C1R, false},
 };
 
 IppStatus call(const Form& f, const Image& s1, const Image& s2, Image& d, int sf) {
@@ -107,21 +118,66 @@ struct Hand {
 
 TEST(Arith, HandWorkedC3) {
   const Hand cases[] = {
-      {"add saturates", ippiAdd_8u_C3RSfs, 0, {200, 0, 255, 1, 2, 100}, {200, 0, 1, 1, 3, 155}, {255, 0, 255, 2, 5, 255}},
+      {"add saturates",
+       ippiAdd_8u_C3RSfs,
+       0,
+       {200, 0, 255, 1, 2, 100},
+       {200, 0, 1, 1, 3, 155},
+       {255, 0, 255, 2, 5, 255}},
       // 5/2 and 7/2 and 3/2 round to the even neighbour.
-      {"add halves to even", ippiAdd_8u_C3RSfs, 1, {2, 3, 1, 255, 0, 1}, {3, 4, 2, 255, 1, 0}, {2, 4, 2, 255, 0, 0}},
-      {"add scaled up", ippiAdd_8u_C3RSfs, -2, {10, 40, 0, 1, 0, 0}, {10, 30, 0, 0, 0, 0}, {80, 255, 0, 4, 0, 0}},
+      {"add halves to even",
+       ippiAdd_8u_C3RSfs,
+       1,
+       {2, 3, 1, 255, 0, 1},
+       {3, 4, 2, 255, 1, 0},
+       {2, 4, 2, 255, 0, 0}},
+      {"add scaled up",
+       ippiAdd_8u_C3RSfs,
+       -2,
+       {10, 40, 0, 1, 0, 0},
+       {10, 30, 0, 0, 0, 0},
+       {80, 255, 0, 4, 0, 0}},
       // Second source minus first.
-      {"sub order", ippiSub_8u_C3RSfs, 0, {10, 30, 0, 255, 5, 5}, {30, 10, 255, 0, 5, 6}, {20, 0, 255, 0, 0, 1}},
-      {"mul saturates", ippiMul_8u_C3RSfs, 0, {20, 2, 255, 0, 1, 15}, {20, 3, 255, 9, 200, 17}, {255, 6, 255, 0, 200, 255}},
+      {"sub order",
+       ippiSub_8u_C3RSfs,
+       0,
+       {10, 30, 0, 255, 5, 5},
+       {30, 10, 255, 0, 5, 6},
+       {20, 0, 255, 0, 0, 1}},
+      {"mul saturates",
+       ippiMul_8u_C3RSfs,
+       0,
+       {20, 2, 255, 0, 1, 15},
+       {20, 3, 255, 9, 200, 17},
+       {255, 6, 255, 0, 200, 255}},
       // 384/256 = 1.5 -> 2, 128/256 = 0.5 -> 0, 640/256 = 2.5 -> 2, 896/256 = 3.5 -> 4.
-      {"mul scaled", ippiMul_8u_C3RSfs, 8, {16, 16, 32, 28, 255, 1}, {24, 8, 20, 32, 255, 1}, {2, 0, 2, 4, 254, 0}},
+      {"mul scaled",
+       ippiMul_8u_C3RSfs,
+       8,
+       {16, 16, 32, 28, 255, 1},
+       {24, 8, 20, 32, 255, 1},
+       {2, 0, 2, 4, 254, 0}},
       // Second source divided by the first; 5/2 -> 2, 7/2 -> 4, 200/3 -> 67.
-      {"div order and rounding", ippiDiv_8u_C3RSfs, 0, {2, 2, 3, 200, 255, 4}, {5, 7, 200, 3, 255, 2}, {2, 4, 67, 0, 1, 0}},
-      {"div by zero", ippiDiv_8u_C3RSfs, 0, {0, 0, 1, 0, 9, 0}, {9, 0, 0, 255, 9, 1}, {255, 0, 0, 255, 1, 255},
+      {"div order and rounding",
+       ippiDiv_8u_C3RSfs,
+       0,
+       {2, 2, 3, 200, 255, 4},
+       {5, 7, 200, 3, 255, 2},
+       {2, 4, 67, 0, 1, 0}},
+      {"div by zero",
+       ippiDiv_8u_C3RSfs,
+       0,
+       {0, 0, 1, 0, 9, 0},
+       {9, 0, 0, 255, 9, 1},
+       {255, 0, 0, 255, 1, 255},
        ippStsDivByZero},
       // 200/3 * 2 = 133.3, 255/1 * 2 saturates, 1/4 * 2 = 0.5 -> 0, 3/4 * 2 = 1.5 -> 2.
-      {"div scaled", ippiDiv_8u_C3RSfs, -1, {3, 1, 4, 4, 1, 2}, {200, 255, 1, 3, 0, 1}, {133, 255, 0, 2, 0, 1}},
+      {"div scaled",
+       ippiDiv_8u_C3RSfs,
+       -1,
+       {3, 1, 4, 4, 1, 2},
+       {200, 255, 1, 3, 0, 1},
+       {133, 255, 0, 2, 0, 1}},
   };
   for (IppTarget t : availableTargets()) {
     TargetScope scope(t);
@@ -174,7 +230,8 @@ TEST(Arith, ErrorsWriteNothing) {
     const Image s = makeImage(f.pixelBytes, ok, false, rng);
     Image d = makeImage(f.pixelBytes, ok, false, rng);
     const Image before = d;
-    auto run = [&](const Ipp8u* a, int aStep, const Ipp8u* b, int bStep, Ipp8u* out, int outStep, IppiSize roi) {
+    auto run = [&](const Ipp8u* a, int aStep, const Ipp8u* b, int bStep, Ipp8u* out, int outStep,
+                   IppiSize roi) {
       return f.sfs != nullptr ? f.sfs(a, aStep, b, bStep, out, outStep, roi, 0)
                               : f.plain(a, aStep, b, bStep, out, outStep, roi);
     };
