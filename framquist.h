@@ -36,3 +36,8 @@
 
 #include "streams/fqchangeformat.h"
 #include "streams/fqframechange.h"
+
+#include "filters/colour/fqcolorlookup.h"
+#include "filters/colour/fqcolortwist.h"
+#include "filters/colour/fqgammafilter.h"
+#include "filters/colour/fqthreshold.h"

@@ -9,6 +9,10 @@
 #include "generators/fqtestpattern.h"
 #include "capture/fqrawpipe.h"
 #include "capture/fqvideofile.h"
+#include "filters/colour/fqcolorlookup.h"
+#include "filters/colour/fqcolortwist.h"
+#include "filters/colour/fqgammafilter.h"
+#include "filters/colour/fqthreshold.h"
 #include "streams/fqchangeformat.h"
 #include "streams/fqframechange.h"
 
@@ -78,6 +82,10 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fqtestpattern", &Fqtestpattern::Register},
       {"Fqvideofile", &Fqvideofile::Register},
       {"Fqrawpipe", &Fqrawpipe::Register},
+      {"Fqthreshold", &Fqthreshold::Register},
+      {"Fqgammafilter", &Fqgammafilter::Register},
+      {"Fqcolorlookup", &Fqcolorlookup::Register},
+      {"Fqcolortwist", &Fqcolortwist::Register},
       {"Fqframechange", &Fqframechange::Register},
       {"Fqchangeformat", &Fqchangeformat::Register},
   };

@@ -2,7 +2,11 @@
 #pragma once
 
 #include "ipp/ipparith.h"
+#include "ipp/ippcolortwist.h"
 #include "ipp/ippcopy.h"
 #include "ipp/ippdefs.h"
 #include "ipp/ippdispatch.h"
+#include "ipp/ippgamma.h"
+#include "ipp/ipplut.h"
 #include "ipp/ippmirror.h"
+#include "ipp/ippthreshold.h"

@@ -37,13 +37,14 @@ struct IppiPoint {
 
 // Negative values are errors (nothing was written), positive ones warnings.
 enum IppStatus : int {
-  ippStsMirrorFlipErr = -21, // flip is not a supported axis
-  ippStsStepErr = -14,       // a line step is smaller than the ROI row
-  ippStsNullPtrErr = -8,     // a required pointer is null
-  ippStsSizeErr = -6,        // the ROI has a side smaller than one pixel
-  ippStsBadArgErr = -5,      // some other argument is out of range
-  ippStsNoMemErr = -4,       // memory could not be allocated
-  ippStsErr = -2,            // unspecified error
+  ippStsMirrorFlipErr = -21,    // flip is not a supported axis
+  ippStsStepErr = -14,          // a line step is smaller than the ROI row
+  ippStsNullPtrErr = -8,        // a required pointer is null
+  ippStsSizeErr = -6,           // the ROI has a side smaller than one pixel
+  ippStsLUTNofLevelsErr = -106, // a lookup table has fewer than two levels
+  ippStsBadArgErr = -5,         // some other argument is out of range
+  ippStsNoMemErr = -4,          // memory could not be allocated
+  ippStsErr = -2,               // unspecified error
   ippStsNoErr = 0,
   ippStsNoOperation = 1, // warning: the call had nothing to do
   ippStsDivByZero = 6,   // warning: a divisor was zero (Div)

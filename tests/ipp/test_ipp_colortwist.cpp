@@ -1,0 +1,117 @@
+#include "ipptest.h"
+
+#include "ipp/ippcolortwist.h"
+
+#include <array>
+#include <limits>
+
+namespace fqipptest {
+namespace {
+
+using Matrix = std::array<std::array<Ipp32f, 4>, 3>;
+
+IppStatus twist(bool ac4, const Image& src, Image& dst, const Matrix& m) {
+  const auto* t = reinterpret_cast<const Ipp32f(*)[4]>(m.data());
+  return ac4 ? ippiColorTwist32f_8u_AC4R(src.at(), src.step, dst.at(), dst.step, src.roi, t)
+             : ippiColorTwist32f_8u_C3R(src.at(), src.step, dst.at(), dst.step, src.roi, t);
+}
+
+// Ordinary colour matrices, wild ones that saturate both ways, and ones
+// whose results land on exact halves (ties).
+Matrix randomMatrix(std::mt19937& rng, int kind) {
+  std::uniform_real_distribution<float> small(-1.5f, 1.5f), wild(-400.0f, 400.0f);
+  Matrix m{};
+  for (auto& row : m)
+    for (int j = 0; j < 4; ++j) {
+      if (kind == 0)
+        row[j] = j == 3 ? small(rng) * 64 : small(rng);
+      else if (kind == 1)
+        row[j] = wild(rng);
+      else
+        row[j] = static_cast<float>(static_cast<int>(rng() % 9) - 4) * 0.25f;
+    }
+  return m;
+}
+
+using TwistTarget = PerTarget;
+
+TEST_P(TwistTarget, MatchesReference) {
+  std::mt19937 rng(31);
+  for (IppiSize roi : testSizes())
+    for (bool ac4 : {false, true})
+      for (bool padded : {false, true}) {
+        const Image src = makeImage(ac4 ? 4 : 3, roi, padded, rng);
+        const Image dst = makeImage(ac4 ? 4 : 3, roi, padded, rng);
+        const int kind = static_cast<int>(rng() % 3);
+        const Matrix m = randomMatrix(rng, kind);
+        expectMatchesReference(
+            GetParam(), src, dst, [&](Image& s, Image& d) { return twist(ac4, s, d, m); },
+            describe(ac4 ? "AC4" : "C3", roi, padded) + " kind " + std::to_string(kind), 0, 3);
+        if (HasFatalFailure()) return;
+      }
+}
+
+FQ_IPP_INSTANTIATE_FAST_TARGETS(TwistTarget);
+
+// Identity, a channel swap, saturation, rounding of halves to even and
+// NaN, worked by hand on a row long enough for the vector paths.
+TEST(ColorTwist, HandWorked) {
+  constexpr int kWidth = 37;
+  std::mt19937 rng(2);
+  for (IppTarget t : availableTargets()) {
+    TargetScope scope(t);
+    for (bool ac4 : {false, true}) {
+      const std::string what = std::string(ippTargetName(t)) + (ac4 ? " AC4" : " C3");
+      const Image src = makeImage(ac4 ? 4 : 3, {kWidth, 2}, true, rng);
+      Image dst = makeImage(ac4 ? 4 : 3, src.roi, true, rng);
+      auto each = [&](auto expected) {
+        for (int y = 0; y < 2; ++y)
+          for (int x = 0; x < kWidth; ++x)
+            for (int c = 0; c < 3; ++c)
+              ASSERT_EQ(dst.sample(x, y, c),
+                        expected(src.sample(x, y, 0), src.sample(x, y, 1), src.sample(x, y, 2), c))
+                  << what << " pixel " << x << "," << y << " byte " << c;
+      };
+      ASSERT_EQ(twist(ac4, src, dst, {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}}), ippStsNoErr);
+      each([](int s0, int s1, int s2, int c) { return c == 0 ? s0 : c == 1 ? s1 : s2; });
+      ASSERT_EQ(twist(ac4, src, dst, {{{0, 0, 1, 0}, {0, 1, 0, 0}, {1, 0, 0, 0}}}), ippStsNoErr);
+      each([](int s0, int s1, int s2, int c) { return c == 0 ? s2 : c == 1 ? s1 : s0; });
+      ASSERT_EQ(twist(ac4, src, dst, {{{0, 0, 0, 300}, {-1, 0, 0, -0.4f}, {0, 0, 0, 0}}}), ippStsNoErr);
+      each([](int, int, int, int c) { return c == 0 ? 255 : 0; }); // -s0 - 0.4 is below 0
+      // 0.5 * s0 with s0 odd is an exact half: ties go to the even neighbour.
+      const float nan = std::numeric_limits<float>::quiet_NaN();
+      ASSERT_EQ(twist(ac4, src, dst, {{{0.5f, 0, 0, 0}, {0, 0, 0, 2.5f}, {nan, 0, 0, 0}}}), ippStsNoErr);
+      each([](int s0, int, int, int c) {
+        if (c == 1) return 2;
+        if (c == 2) return 0;
+        const int half = s0 / 2;
+        return s0 % 2 == 0 ? half : (half % 2 == 0 ? half : half + 1);
+      });
+    }
+  }
+}
+
+TEST(ColorTwist, AC4KeepsDestinationAlphaAndErrorsWriteNothing) {
+  std::mt19937 rng(4);
+  const Matrix m = {{{0.3f, 0.6f, 0.1f, 5}, {1, 1, 1, -20}, {-0.5f, 0.2f, 2, 1}}};
+  for (IppTarget t : availableTargets()) {
+    TargetScope scope(t);
+    const Image src = makeImage(4, {67, 3}, true, rng);
+    Image dst = makeImage(4, src.roi, true, rng);
+    const Image before = dst;
+    ASSERT_EQ(twist(true, src, dst, m), ippStsNoErr);
+    expectOnlyRoiWritten(before, dst, 0, 3, ippTargetName(t));
+  }
+  Image src = makeImage(3, {8, 2}, false, rng), dst = makeImage(3, {8, 2}, false, rng);
+  const Image before = dst;
+  EXPECT_EQ(ippiColorTwist32f_8u_C3R(src.at(), 24, dst.at(), 24, {8, 2}, nullptr), ippStsNullPtrErr);
+  src.step = 23;
+  EXPECT_EQ(twist(false, src, dst, m), ippStsStepErr);
+  src.step = 24;
+  src.roi = {8, 0};
+  EXPECT_EQ(twist(false, src, dst, m), ippStsSizeErr);
+  EXPECT_TRUE(dst.data == before.data);
+}
+
+} // namespace
+} // namespace fqipptest
