@@ -316,12 +316,12 @@ void DescribeObject(IPWPersistent& object, const std::string& prefix) {
   for (const TPWProperty& p : props.Items()) {
     const std::string name = prefix + p.Name;
     if (p.Type == TPWPropType::Object) {
-      std::printf("  %-24s object\n", name.c_str());
+      std::printf("  %-30s object\n", name.c_str());
       DescribeObject(*p.Object, name + ".");
       continue;
     }
     if (p.Type == TPWPropType::Collection) {
-      std::printf("  %-24s collection\n", name.c_str());
+      std::printf("  %-30s collection\n", name.c_str());
       continue;
     }
     std::string type = p.Type == TPWPropType::Enum ? p.Enum->Name : std::string(PWPropTypeName(p.Type));
@@ -331,12 +331,12 @@ void DescribeObject(IPWPersistent& object, const std::string& prefix) {
     } else if (p.Type == TPWPropType::Int) {
       extra = std::to_string(p.Min) + " .. " + std::to_string(p.Max);
     }
-    std::printf("  %-24s %-22s %-16s %s\n", name.c_str(), type.c_str(), DefaultText(p).c_str(),
+    std::printf("  %-30s %-22s %-16s %s\n", name.c_str(), type.c_str(), DefaultText(p).c_str(),
                 extra.c_str());
   }
   const TPWFiler filer = PWDefinedProperties(object);
   for (const TPWExtraProperty& e : filer.Items())
-    std::printf("  %-24s %-22s (streamed list)\n", (prefix + e.Name).c_str(), "extra");
+    std::printf("  %-30s %-22s (streamed list)\n", (prefix + e.Name).c_str(), "extra");
 }
 
 int Describe(const std::string& className) {
@@ -348,12 +348,12 @@ int Describe(const std::string& className) {
   }
   std::printf("%s\n\npins:\n", className.c_str());
   for (TPWPin* pin : c->GetPins())
-    std::printf("  %-24s %s %s\n", pin->GetName().c_str(), std::string(pin->GetKind()).c_str(),
+    std::printf("  %-30s %s %s\n", pin->GetName().c_str(), std::string(pin->GetKind()).c_str(),
                 pin->IsSource() ? "output" : "input");
   for (TPWPinList* list : c->GetPinLists())
-    std::printf("  %-24s list of %d to %d pins\n", (list->GetName() + "[i]").c_str(), list->GetMinCount(),
+    std::printf("  %-30s list of %d to %d pins\n", (list->GetName() + "[i]").c_str(), list->GetMinCount(),
                 list->GetMaxCount());
-  std::printf("\nproperties:                name                   default          values\n");
+  std::printf("\nproperties:\n  %-30s %-22s %-16s %s\n", "name", "type", "default", "values");
   DescribeObject(*c, "");
   return kExitOk;
 }
