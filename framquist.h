@@ -28,6 +28,7 @@
 #include "frame/fqtypes.h"
 #include "frame/fqvideoformat.h"
 
+#include "generators/fqfire.h"
 #include "generators/fqtestpattern.h"
 
 #include "capture/fqrawpipe.h"

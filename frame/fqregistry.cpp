@@ -6,6 +6,7 @@
 
 #include "frame/fqendpoints.h"
 #include "frame/fqmirror.h"
+#include "generators/fqfire.h"
 #include "generators/fqtestpattern.h"
 #include "capture/fqrawpipe.h"
 #include "capture/fqvideofile.h"
@@ -80,6 +81,7 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fqendpoints", &Fqendpoints::Register},
       {"Fqmirror", &Fqmirror::Register},
       {"Fqtestpattern", &Fqtestpattern::Register},
+      {"Fqfire", &Fqfire::Register},
       {"Fqvideofile", &Fqvideofile::Register},
       {"Fqrawpipe", &Fqrawpipe::Register},
       {"Fqthreshold", &Fqthreshold::Register},
