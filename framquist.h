@@ -29,6 +29,10 @@
 #include "frame/fqvideoformat.h"
 
 #include "generators/fqfire.h"
+#include "generators/fqjaehnedispatcher.h"
+#include "generators/fqjaehnegen.h"
+#include "generators/fqripple.h"
+#include "generators/fqsdispatcher.h"
 #include "generators/fqtestpattern.h"
 
 #include "capture/fqrawpipe.h"

@@ -7,6 +7,8 @@
 #include "frame/fqendpoints.h"
 #include "frame/fqmirror.h"
 #include "generators/fqfire.h"
+#include "generators/fqjaehnegen.h"
+#include "generators/fqripple.h"
 #include "generators/fqtestpattern.h"
 #include "capture/fqrawpipe.h"
 #include "capture/fqvideofile.h"
@@ -82,6 +84,8 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fqmirror", &Fqmirror::Register},
       {"Fqtestpattern", &Fqtestpattern::Register},
       {"Fqfire", &Fqfire::Register},
+      {"Fqripple", &Fqripple::Register},
+      {"Fqjaehnegen", &Fqjaehnegen::Register},
       {"Fqvideofile", &Fqvideofile::Register},
       {"Fqrawpipe", &Fqrawpipe::Register},
       {"Fqthreshold", &Fqthreshold::Register},
