@@ -28,12 +28,15 @@
 #include "frame/fqtypes.h"
 #include "frame/fqvideoformat.h"
 
+#include "generators/fqbasicnoise.h"
 #include "generators/fqfire.h"
+#include "generators/fqgaussnoise.h"
 #include "generators/fqjaehnedispatcher.h"
 #include "generators/fqjaehnegen.h"
 #include "generators/fqripple.h"
 #include "generators/fqsdispatcher.h"
 #include "generators/fqtestpattern.h"
+#include "generators/fquniformnoise.h"
 
 #include "capture/fqrawpipe.h"
 #include "capture/fqthreadedsource.h"

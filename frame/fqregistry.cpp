@@ -7,9 +7,11 @@
 #include "frame/fqendpoints.h"
 #include "frame/fqmirror.h"
 #include "generators/fqfire.h"
+#include "generators/fqgaussnoise.h"
 #include "generators/fqjaehnegen.h"
 #include "generators/fqripple.h"
 #include "generators/fqtestpattern.h"
+#include "generators/fquniformnoise.h"
 #include "capture/fqrawpipe.h"
 #include "capture/fqvideofile.h"
 #include "filters/colour/fqcolorlookup.h"
@@ -83,6 +85,8 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fqendpoints", &Fqendpoints::Register},
       {"Fqmirror", &Fqmirror::Register},
       {"Fqtestpattern", &Fqtestpattern::Register},
+      {"Fquniformnoise", &Fquniformnoise::Register},
+      {"Fqgaussnoise", &Fqgaussnoise::Register},
       {"Fqfire", &Fqfire::Register},
       {"Fqripple", &Fqripple::Register},
       {"Fqjaehnegen", &Fqjaehnegen::Register},

@@ -13,5 +13,6 @@
 #include "ipp/ipplut.h"
 #include "ipp/ippmirror.h"
 #include "ipp/ipppalette.h"
+#include "ipp/ipprandom.h"
 #include "ipp/ippremap.h"
 #include "ipp/ippthreshold.h"
