@@ -29,7 +29,9 @@
 #include "frame/fqvideoformat.h"
 
 #include "generators/fqbasicnoise.h"
+#include "generators/fqdrawlayer.h"
 #include "generators/fqfire.h"
+#include "generators/fqfirelayer.h"
 #include "generators/fqgaussnoise.h"
 #include "generators/fqjaehnedispatcher.h"
 #include "generators/fqjaehnegen.h"

@@ -7,6 +7,7 @@
 #include "frame/fqendpoints.h"
 #include "frame/fqmirror.h"
 #include "generators/fqfire.h"
+#include "generators/fqfirelayer.h"
 #include "generators/fqgaussnoise.h"
 #include "generators/fqjaehnegen.h"
 #include "generators/fqripple.h"
@@ -88,6 +89,7 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fquniformnoise", &Fquniformnoise::Register},
       {"Fqgaussnoise", &Fqgaussnoise::Register},
       {"Fqfire", &Fqfire::Register},
+      {"Fqfirelayer", &Fqfirelayer::Register},
       {"Fqripple", &Fqripple::Register},
       {"Fqjaehnegen", &Fqjaehnegen::Register},
       {"Fqvideofile", &Fqvideofile::Register},

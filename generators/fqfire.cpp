@@ -373,59 +373,73 @@ void TZNFireSimulator::DrawFire(IFQImageBuffer& buffer) {
   std::memcpy(table, palette_.data(), sizeof table);
   ippiLUTPalette_8u32u_C1R(heatData_, heatStep_, reinterpret_cast<Ipp32u*>(out), step, {w, h}, table, 8);
   if (Smooth.GetEnabled()) {
-    std::vector<std::uint8_t> copy(out, out + static_cast<std::ptrdiff_t>(step) * h);
+    // A packed copy (no row padding) with a margin before and after: shifted
+    // by bytes, the mask reaches across row ends into the neighbouring rows'
+    // pixels, as on a packed frame, never into the frame's undefined row
+    // padding, and at the first and last rows a few bytes past the frame.
+    constexpr std::ptrdiff_t kPad = 8;
+    const int packed = 4 * w;
+    std::vector<std::uint8_t> padded(
+        static_cast<std::size_t>(static_cast<std::ptrdiff_t>(packed) * h + 2 * kPad), 0);
+    for (int y = 0; y < h; ++y)
+      std::memcpy(padded.data() + kPad + static_cast<std::ptrdiff_t>(y) * packed,
+                  out + static_cast<std::ptrdiff_t>(y) * step, static_cast<std::size_t>(packed));
+    const std::uint8_t* copy = padded.data() + kPad;
     // Advanced by bytes, not pixels: the three smoothed channels are green,
     // red and alpha; blue stays as coloured.
     const bool small = Smooth.GetMaskSize() == fms3x3;
     const int b = small ? 1 : 2;
-    const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(b) * step + b;
-    ippiFilterGauss_8u_AC4R(copy.data() + offset, step, out + offset, step, {w - 2 * b, h - 2 * b},
+    ippiFilterGauss_8u_AC4R(copy + static_cast<std::ptrdiff_t>(b) * packed + b, packed,
+                            out + static_cast<std::ptrdiff_t>(b) * step + b, step, {w - 2 * b, h - 2 * b},
                             small ? ippMskSize3x3 : ippMskSize5x5);
   }
 }
 
-// ---- TFQFire ----------------------------------------------------------------
+// ---- TZNFireControls / TFQFire ---------------------------------------------
 
-TFQFire::TFQFire() : sim_(std::make_unique<TZNFireSimulator>(GetLock())) {}
-TFQFire::~TFQFire() = default;
+TZNFireControls::TZNFireControls(IPWLock& lock) : sim_(std::make_unique<TZNFireSimulator>(lock)) {}
+TZNFireControls::~TZNFireControls() = default;
 
-void TFQFire::PourWater(std::uint32_t count, std::uint32_t size) { sim_->PourWater(count, size); }
-void TFQFire::PourWaterAt(std::uint32_t position, std::uint32_t size) { sim_->PourWaterAt(position, size); }
-void TFQFire::Spark(std::uint32_t count, std::uint32_t size) { sim_->Spark(count, size); }
-void TFQFire::SparkAt(std::uint32_t position, std::uint32_t size) { sim_->SparkAt(position, size); }
-
-void TFQFire::DeclareProperties(TPWPropertyList& props) {
-  TFQCommonROIGenFilter::DeclareProperties(props);
+void TZNFireControls::DeclareFireProperties(TPWPropertyList& props, std::uint32_t offsetDefault) {
+  using C = TZNFireControls;
   props.Enum(
       "FireColor", kFireColors, [this] { return static_cast<int>(GetFireColor()); },
       [this](int v) { SetFireColor(static_cast<TZNFireColor>(v)); }, fcRed);
-  const auto u = [&](const char* name, std::uint32_t (TFQFire::*get)() const,
-                     void (TFQFire::*set)(std::uint32_t), std::uint32_t def) {
+  const auto u = [&](const char* name, std::uint32_t (C::*get)() const, void (C::*set)(std::uint32_t),
+                     std::uint32_t def) {
     props.Int<std::uint32_t>(
         name, [this, get] { return static_cast<std::int64_t>((this->*get)()); },
         [this, set](std::int64_t v) { (this->*set)(static_cast<std::uint32_t>(v)); }, def);
   };
-  u("Flammability", &TFQFire::GetFlammability, &TFQFire::SetFlammability, 3);
+  u("Flammability", &C::GetFlammability, &C::SetFlammability, 3);
   props.Int<std::int32_t>(
       "IncreaseStep", [this] { return GetIncreaseStep(); },
       [this](std::int64_t v) { SetIncreaseStep(static_cast<std::int32_t>(v)); }, 1);
-  u("Smoothness", &TFQFire::GetSmoothness, &TFQFire::SetSmoothness, 2);
-  u("Decay", &TFQFire::GetDecay, &TFQFire::SetDecay, 5);
-  u("IgnitionPeriod", &TFQFire::GetIgnitionPeriod, &TFQFire::SetIgnitionPeriod, 5);
-  u("ReignitionPeriod", &TFQFire::GetReignitionPeriod, &TFQFire::SetReignitionPeriod, 20);
-  u("Distribution", &TFQFire::GetDistribution, &TFQFire::SetDistribution, 1);
-  u("MinFire", &TFQFire::GetMinFire, &TFQFire::SetMinFire, 50);
-  u("LeftOffset", &TFQFire::GetLeftOffset, &TFQFire::SetLeftOffset, 10);
-  u("RightOffset", &TFQFire::GetRightOffset, &TFQFire::SetRightOffset, 10);
-  u("Iterations", &TFQFire::GetIterations, &TFQFire::SetIterations, 1);
-  u("Transparency", &TFQFire::GetTransparency, &TFQFire::SetTransparency, 0);
-  u("CornerSmooth", &TFQFire::GetCornerSmooth, &TFQFire::SetCornerSmooth, 20);
+  u("Smoothness", &C::GetSmoothness, &C::SetSmoothness, 2);
+  u("Decay", &C::GetDecay, &C::SetDecay, 5);
+  u("IgnitionPeriod", &C::GetIgnitionPeriod, &C::SetIgnitionPeriod, 5);
+  u("ReignitionPeriod", &C::GetReignitionPeriod, &C::SetReignitionPeriod, 20);
+  u("Distribution", &C::GetDistribution, &C::SetDistribution, 1);
+  u("MinFire", &C::GetMinFire, &C::SetMinFire, 50);
+  u("LeftOffset", &C::GetLeftOffset, &C::SetLeftOffset, offsetDefault);
+  u("RightOffset", &C::GetRightOffset, &C::SetRightOffset, offsetDefault);
+  u("Iterations", &C::GetIterations, &C::SetIterations, 1);
+  u("Transparency", &C::GetTransparency, &C::SetTransparency, 0);
+  u("CornerSmooth", &C::GetCornerSmooth, &C::SetCornerSmooth, 20);
   props.Int<std::int32_t>(
       "Wind", [this] { return GetWind(); },
       [this](std::int64_t v) { SetWind(static_cast<std::int32_t>(std::clamp<std::int64_t>(v, -10, 10))); },
       0);
-  u("HeatLimit", &TFQFire::GetHeatLimit, &TFQFire::SetHeatLimit, 255);
+  u("HeatLimit", &C::GetHeatLimit, &C::SetHeatLimit, 255);
   props.Object("Smooth", sim_->Smooth);
+}
+
+TFQFire::TFQFire() : TZNFireControls(GetLock()) {}
+TFQFire::~TFQFire() = default;
+
+void TFQFire::DeclareProperties(TPWPropertyList& props) {
+  TFQCommonROIGenFilter::DeclareProperties(props);
+  DeclareFireProperties(props, 10);
 }
 
 void TFQFire::SetVideoFormat(IFQImageBuffer& Buffer) {

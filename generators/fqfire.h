@@ -165,12 +165,10 @@ private:
   int heatStep_ = 0;
 };
 
-class TFQFire : public TFQCommonROIGenFilter {
+// The simulator and its published settings, shared by the fire components:
+// every accessor forwards to the simulator, which takes the owner's lock.
+class TZNFireControls {
 public:
-  TFQFire();
-  ~TFQFire() override;
-  std::string_view GetClassName() const override { return "TFQFire"; }
-
   TZNFireSimulator& Simulator() { return *sim_; }
 
   TZNFireColor GetFireColor() const { return sim_->GetFireColor(); }
@@ -208,10 +206,28 @@ public:
   TFQFireSmooth& GetSmooth() { return sim_->Smooth; }
   void SetSmooth(const TFQFireSmooth& v) { sim_->Smooth.Assign(v); }
 
-  void PourWater(std::uint32_t count, std::uint32_t size);
-  void PourWaterAt(std::uint32_t position, std::uint32_t size);
-  void Spark(std::uint32_t count, std::uint32_t size);
-  void SparkAt(std::uint32_t position, std::uint32_t size);
+  void PourWater(std::uint32_t count, std::uint32_t size) { sim_->PourWater(count, size); }
+  void PourWaterAt(std::uint32_t position, std::uint32_t size) { sim_->PourWaterAt(position, size); }
+  void Spark(std::uint32_t count, std::uint32_t size) { sim_->Spark(count, size); }
+  void SparkAt(std::uint32_t position, std::uint32_t size) { sim_->SparkAt(position, size); }
+
+protected:
+  explicit TZNFireControls(IPWLock& lock);
+  ~TZNFireControls();
+  TZNFireControls(const TZNFireControls&) = delete;
+  TZNFireControls& operator=(const TZNFireControls&) = delete;
+
+  // Declares the settings above; only the offsets' default differs.
+  void DeclareFireProperties(TPWPropertyList& props, std::uint32_t offsetDefault);
+
+  std::unique_ptr<TZNFireSimulator> sim_;
+};
+
+class TFQFire : public TFQCommonROIGenFilter, public TZNFireControls {
+public:
+  TFQFire();
+  ~TFQFire() override;
+  std::string_view GetClassName() const override { return "TFQFire"; }
 
   void DeclareProperties(TPWPropertyList& props) override;
 
@@ -224,9 +240,6 @@ protected:
   void GenerateFrame(IFQImageBuffer& Buffer, bool& Reserved1, bool& Reserved2) override;
   void IntStart() override;
   TFQVideoFormat GetVideoFormat() override { return vf32Bit; }
-
-private:
-  std::unique_ptr<TZNFireSimulator> sim_;
 };
 
 namespace Fqfire {
