@@ -17,21 +17,7 @@ using test::PixelAt;
 using test::RandomFrame;
 using test::SameFrame;
 
-struct Chain {
-  TPWOwned<TFQImageSource> source = Make<TFQImageSource>();
-  TPWOwned<TFQGammaFilter> filter = Make<TFQGammaFilter>();
-  TPWOwned<TFQImageGrabber> grabber = Make<TFQImageGrabber>();
-  Chain() {
-    EXPECT_TRUE(source->OutputPin.Connect(filter->InputPin));
-    EXPECT_TRUE(filter->OutputPin.Connect(grabber->InputPin));
-  }
-  IFQImageBuffer Run(const IFQImageBuffer& frame) {
-    if (!source->IsStreaming())
-      source->StartStream(frame.GetWidth(), frame.GetHeight(), frame.GetFormat(), 400000);
-    EXPECT_TRUE(source->Push(frame));
-    return grabber->GetLastFrame();
-  }
-};
+using Chain = test::FilterChain<TFQGammaFilter>;
 
 // The curve in closed form, in single precision (a different route from
 // the primitive's); values near a rounding edge are allowed 1 either way.
