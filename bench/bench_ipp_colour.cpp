@@ -9,6 +9,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "benchsupport.h"
+
 #include <cstring>
 #include <functional>
 #include <string>
@@ -18,42 +20,7 @@ namespace {
 
 using namespace framquist;
 
-constexpr IppiSize kFrame = {1920, 1080};
-
-struct Frames {
-  explicit Frames(int pixelBytes)
-      : step(kFrame.width * pixelBytes), src(static_cast<std::size_t>(step) * kFrame.height),
-        dst(src.size()) {
-    for (std::size_t i = 0; i < src.size(); ++i) src[i] = static_cast<Ipp8u>(i * 131 + 7);
-  }
-  int step;
-  std::vector<Ipp8u> src, dst;
-};
-
-using Op = std::function<void(Frames&)>;
-
-void runOp(benchmark::State& state, int pixelBytes, IppTarget target, const Op& op) {
-  Frames f(pixelBytes);
-  const IppTarget saved = ippGetTarget();
-  state.SetLabel(ippTargetName(ippSetTarget(target)));
-  for (auto _ : state) {
-    op(f);
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  ippSetTarget(saved);
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
-}
-
-void memcpyFrame(benchmark::State& state, int pixelBytes) {
-  Frames f(pixelBytes);
-  for (auto _ : state) {
-    std::memcpy(f.dst.data(), f.src.data(), f.src.size());
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
-}
+using namespace framquist::bench;
 
 const Ipp8u kLT[3] = {20, 30, 40}, kVLT[3] = {0, 0, 0}, kGT[3] = {200, 180, 160}, kVGT[3] = {255, 255, 255};
 const Ipp32f kTwist[3][4] = {

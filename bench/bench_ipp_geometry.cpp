@@ -5,6 +5,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "benchsupport.h"
+
 #include <cstring>
 #include <functional>
 #include <string>
@@ -14,42 +16,7 @@ namespace {
 
 using namespace framquist;
 
-constexpr IppiSize kFrame = {1920, 1080};
-
-struct Frames {
-  explicit Frames(int pixelBytes)
-      : step(kFrame.width * pixelBytes), src(static_cast<std::size_t>(step) * kFrame.height),
-        dst(src.size()) {
-    for (std::size_t i = 0; i < src.size(); ++i) src[i] = static_cast<Ipp8u>(i * 131 + 7);
-  }
-  int step;
-  std::vector<Ipp8u> src, dst;
-};
-
-using Op = std::function<void(Frames&)>;
-
-void runOp(benchmark::State& state, int pixelBytes, IppTarget target, const Op& op) {
-  Frames f(pixelBytes);
-  const IppTarget saved = ippGetTarget();
-  state.SetLabel(ippTargetName(ippSetTarget(target)));
-  for (auto _ : state) {
-    op(f);
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  ippSetTarget(saved);
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
-}
-
-void memcpyFrame(benchmark::State& state, int pixelBytes) {
-  Frames f(pixelBytes);
-  for (auto _ : state) {
-    std::memcpy(f.dst.data(), f.src.data(), f.src.size());
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
-}
+using namespace framquist::bench;
 
 using MirrorFn = IppStatus (*)(const Ipp8u*, int, Ipp8u*, int, IppiSize, IppiAxis);
 using MirrorInPlaceFn = IppStatus (*)(Ipp8u*, int, IppiSize, IppiAxis);
