@@ -44,10 +44,15 @@
 #include "capture/fqthreadedsource.h"
 #include "capture/fqvideofile.h"
 
+#include "streams/fqapplyalpha.h"
 #include "streams/fqchangeformat.h"
+#include "streams/fqcombine.h"
+#include "streams/fqcommoncombine.h"
 #include "streams/fqframechange.h"
+#include "streams/fqmultiinput.h"
 
 #include "filters/colour/fqcolorlookup.h"
 #include "filters/colour/fqcolortwist.h"
 #include "filters/colour/fqgammafilter.h"
 #include "filters/colour/fqthreshold.h"
+#include "filters/colour/fqtransparentcolor.h"

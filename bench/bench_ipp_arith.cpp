@@ -1,6 +1,7 @@
 // Two-source arithmetic and logic on a 1920x1080 frame: reference kernels,
 // portable ones and the best of this CPU, with memcpy of one frame as the
-// yardstick. Bytes/s counts one frame's bytes per call (two are read).
+// yardstick. Bytes/s counts one frame's bytes per call (two are read). The
+// in-place AC4 forms work on the second source.
 #include "ipp/ipp.h"
 #include "ipp/ipparith.h"
 
@@ -53,6 +54,38 @@ const Form kForms[] = {
     {"Xor_AC4", 4, nullptr, ippiXor_8u_AC4R},    {"AbsDiff_C1", 1, nullptr, ippiAbsDiff_8u_C1R},
 };
 
+using InPlaceSfsFn = IppStatus (*)(const Ipp8u*, int, Ipp8u*, int, IppiSize, int);
+using InPlacePlainFn = IppStatus (*)(const Ipp8u*, int, Ipp8u*, int, IppiSize);
+
+struct InPlaceForm {
+  const char* name;
+  InPlaceSfsFn sfs;
+  InPlacePlainFn plain;
+};
+
+const InPlaceForm kInPlaceForms[] = {
+    {"Add_AC4I", ippiAdd_8u_AC4IRSfs, nullptr}, {"Sub_AC4I", ippiSub_8u_AC4IRSfs, nullptr},
+    {"Mul_AC4I", ippiMul_8u_AC4IRSfs, nullptr}, {"Div_AC4I", ippiDiv_8u_AC4IRSfs, nullptr},
+    {"Or_AC4I", nullptr, ippiOr_8u_AC4IR},      {"And_AC4I", nullptr, ippiAnd_8u_AC4IR},
+    {"Xor_AC4I", nullptr, ippiXor_8u_AC4IR},
+};
+
+void runInPlaceForm(benchmark::State& state, const InPlaceForm& f, IppTarget target) {
+  Frames fr(4);
+  const IppTarget saved = ippGetTarget();
+  state.SetLabel(ippTargetName(ippSetTarget(target)));
+  for (auto _ : state) {
+    if (f.sfs != nullptr)
+      f.sfs(fr.src1.data(), fr.step, fr.src2.data(), fr.step, kFrame, 0);
+    else
+      f.plain(fr.src1.data(), fr.step, fr.src2.data(), fr.step, kFrame);
+    benchmark::DoNotOptimize(fr.src2.data());
+    benchmark::ClobberMemory();
+  }
+  ippSetTarget(saved);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(fr.src1.size()));
+}
+
 void runForm(benchmark::State& state, const Form& f, IppTarget target, int sf) {
   Frames fr(f.pixelBytes);
   const IppTarget saved = ippGetTarget();
@@ -88,6 +121,11 @@ const int kRegistered = [] {
     for (IppTarget t : {IppTarget::Reference, IppTarget::Portable, ippGetBestTarget()})
       benchmark::RegisterBenchmark((std::string(f.name) + "/" + ippTargetName(t)).c_str(),
                                    [f, t](benchmark::State& s) { runForm(s, f, t, 0); })
+          ->Unit(benchmark::kMicrosecond);
+  for (const InPlaceForm& f : kInPlaceForms)
+    for (IppTarget t : {IppTarget::Reference, IppTarget::Portable, ippGetBestTarget()})
+      benchmark::RegisterBenchmark((std::string(f.name) + "/" + ippTargetName(t)).c_str(),
+                                   [f, t](benchmark::State& s) { runInPlaceForm(s, f, t); })
           ->Unit(benchmark::kMicrosecond);
   // A scale factor other than 0 takes the per-sample path on every target.
   benchmark::RegisterBenchmark("Add_C3_sf1/best", [](benchmark::State& s) {

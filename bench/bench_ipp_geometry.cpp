@@ -78,6 +78,9 @@ const int kRegistered = [] {
   }
   add("Copy_C4CR_alpha", 4,
       [](Frames& f) { ippiCopy_8u_C4CR(f.src.data() + 3, f.step, f.dst.data() + 3, f.step, kFrame); });
+  // A one-channel frame (the first quarter of src) into the alpha of dst.
+  add("Copy_C1C4R_alpha", 4,
+      [](Frames& f) { ippiCopy_8u_C1C4R(f.src.data(), kFrame.width, f.dst.data() + 3, f.step, kFrame); });
   return 0;
 }();
 

@@ -162,6 +162,20 @@ bool TFQImageGrabber::WaitForFrames(long long count, std::chrono::milliseconds t
   return arrived_.wait_for(g, timeout, [&] { return count_ >= count; });
 }
 
+bool TFQImageGrabber::Pump() {
+  const std::int64_t tick = tick_.fetch_add(1, std::memory_order_acq_rel) + 1;
+  return InputPin.SendUpstream(std::make_shared<TPWMasterPumpOperation>(this, tick));
+}
+
+bool TFQImageGrabber::SinkDispatch(TPWSinkPin& pin, const TPWOperation& op) {
+  if (const auto* request = OpAs<TPWPumpRequestOperation>(op)) {
+    if (!GetPacesStream()) return false;
+    request->Pumper.store(this, std::memory_order_release);
+    return true;
+  }
+  return TFQSinkFilter::SinkDispatch(pin, op);
+}
+
 void TFQImageGrabber::ProcessImage(IFQImageBuffer Buffer) {
   // Keep a frame object of our own: the sender may reuse its object.
   IFQImageBuffer kept;

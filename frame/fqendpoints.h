@@ -8,7 +8,9 @@
 //   Pins: OutputPin.
 // TFQImageGrabber: an image sink that hands every frame to a callback (on
 //   the delivering thread, holding the grabber's lock) and keeps the last
-//   KeepCount frames (1 by default). Pins: InputPin.
+//   KeepCount frames (1 by default). With SetPacesStream(true) it answers
+//   pump requests (it will pace the stream) and Pump() asks upstream for one
+//   frame with a master pump, each carrying the next tick. Pins: InputPin.
 // TFQTickClock: a clock the caller ticks. Connected to a generator's
 //   ClockPin, one Tick() produces exactly one frame, synchronously, on the
 //   caller's thread. Pins: OutputPin (clock).
@@ -19,6 +21,7 @@
 #pragma once
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -87,6 +90,13 @@ public:
   // Waits until at least `count` frames have arrived in all.
   bool WaitForFrames(long long count, std::chrono::milliseconds timeout) const;
 
+  void SetPacesStream(bool value) { paces_.store(value, std::memory_order_release); }
+  bool GetPacesStream() const { return paces_.load(std::memory_order_acquire); }
+  // Sends one master pump upstream; false when nothing answered it.
+  bool Pump();
+
+  bool SinkDispatch(TPWSinkPin& pin, const TPWOperation& op) override;
+
 protected:
   void ProcessImage(IFQImageBuffer Buffer) override;
   void IntStart(int Width, int Height) override;
@@ -101,6 +111,8 @@ private:
   long long count_ = 0;
   int starts_ = 0;
   int stops_ = 0;
+  std::atomic<bool> paces_{false};
+  std::atomic<std::int64_t> tick_{0};
 };
 
 class TFQTickClock : public TPWComponent {

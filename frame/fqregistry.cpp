@@ -4,6 +4,13 @@
 #include <map>
 #include <mutex>
 
+#include "capture/fqrawpipe.h"
+#include "capture/fqvideofile.h"
+#include "filters/colour/fqcolorlookup.h"
+#include "filters/colour/fqcolortwist.h"
+#include "filters/colour/fqgammafilter.h"
+#include "filters/colour/fqthreshold.h"
+#include "filters/colour/fqtransparentcolor.h"
 #include "frame/fqendpoints.h"
 #include "frame/fqmirror.h"
 #include "generators/fqfire.h"
@@ -13,13 +20,9 @@
 #include "generators/fqripple.h"
 #include "generators/fqtestpattern.h"
 #include "generators/fquniformnoise.h"
-#include "capture/fqrawpipe.h"
-#include "capture/fqvideofile.h"
-#include "filters/colour/fqcolorlookup.h"
-#include "filters/colour/fqcolortwist.h"
-#include "filters/colour/fqgammafilter.h"
-#include "filters/colour/fqthreshold.h"
+#include "streams/fqapplyalpha.h"
 #include "streams/fqchangeformat.h"
+#include "streams/fqcombine.h"
 #include "streams/fqframechange.h"
 
 namespace framquist {
@@ -82,6 +85,7 @@ void TFQRegistry::UnregisterPage(std::string_view page) {
 
 const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
   // Unit order: the order in which Initialize registers them.
+  // clang-format off
   static const std::vector<TFQPackageUnit> units = {
       {"Fqendpoints", &Fqendpoints::Register},
       {"Fqmirror", &Fqmirror::Register},
@@ -100,7 +104,11 @@ const std::vector<TFQPackageUnit>& GetPackageInfoTable() {
       {"Fqcolortwist", &Fqcolortwist::Register},
       {"Fqframechange", &Fqframechange::Register},
       {"Fqchangeformat", &Fqchangeformat::Register},
+      {"Fqcombine", &Fqcombine::Register},
+      {"Fqtransparentcolor", &Fqtransparentcolor::Register},
+      {"Fqapplyalpha", &Fqapplyalpha::Register},
   };
+  // clang-format on
   return units;
 }
 

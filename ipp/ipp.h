@@ -12,6 +12,7 @@
 #include "ipp/ippjaehne.h"
 #include "ipp/ipplut.h"
 #include "ipp/ippmirror.h"
+#include "ipp/ippmulcscale.h"
 #include "ipp/ipppalette.h"
 #include "ipp/ipprandom.h"
 #include "ipp/ippremap.h"

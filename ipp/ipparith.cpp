@@ -57,7 +57,31 @@ FQ_ARITH_PLAIN(ippiXor_8u_C3R, kArithXor, 3, false)
 FQ_ARITH_PLAIN(ippiXor_8u_AC4R, kArithXor, 4, true)
 FQ_ARITH_PLAIN(ippiAbsDiff_8u_C1R, kArithAbsDiff, 1, false)
 
+// In place: pSrcDst is both the second source and the destination. Every
+// kernel reads both operands of a sample (or vector) before storing it, and
+// never revisits a stored byte, so the aliasing is safe.
+#define FQ_ARITH_ISFS(name, op)                                                                              \
+  IppStatus name(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize,           \
+                 int scaleFactor) {                                                                          \
+    return binaryWith(op, 4, true, pSrc, srcStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize,         \
+                      scaleFactor);                                                                          \
+  }
+#define FQ_ARITH_IPLAIN(name, op)                                                                            \
+  IppStatus name(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize) {         \
+    return binaryWith(op, 4, true, pSrc, srcStep, pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, 0);     \
+  }
+
+FQ_ARITH_ISFS(ippiAdd_8u_AC4IRSfs, kArithAdd)
+FQ_ARITH_ISFS(ippiSub_8u_AC4IRSfs, kArithSub)
+FQ_ARITH_ISFS(ippiMul_8u_AC4IRSfs, kArithMul)
+FQ_ARITH_ISFS(ippiDiv_8u_AC4IRSfs, kArithDiv)
+FQ_ARITH_IPLAIN(ippiOr_8u_AC4IR, kArithOr)
+FQ_ARITH_IPLAIN(ippiAnd_8u_AC4IR, kArithAnd)
+FQ_ARITH_IPLAIN(ippiXor_8u_AC4IR, kArithXor)
+
 #undef FQ_ARITH_SFS
 #undef FQ_ARITH_PLAIN
+#undef FQ_ARITH_ISFS
+#undef FQ_ARITH_IPLAIN
 
 } // namespace framquist

@@ -15,6 +15,10 @@
 // A zero divisor gives 255, or 0 when the dividend is 0 too, and Div then
 // returns the warning ippStsDivByZero (the whole ROI is still written).
 // Or, And, Xor are bitwise; AbsDiff gives |pSrc1 - pSrc2|.
+//
+// In-place forms (I) take pSrc and pSrcDst and behave as the two-source
+// form with pSrc1 = pSrc and pSrc2 = pDst = pSrcDst: Sub gives
+// pSrcDst - pSrc, Div pSrcDst / pSrc. pSrc may be pSrcDst itself.
 #pragma once
 
 #include "ipp/ippdefs.h"
@@ -69,6 +73,18 @@ IppStatus ippiXor_8u_C3R(const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2, i
                          int dstStep, IppiSize roiSize);
 IppStatus ippiXor_8u_AC4R(const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2, int src2Step, Ipp8u* pDst,
                           int dstStep, IppiSize roiSize);
+
+IppStatus ippiAdd_8u_AC4IRSfs(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep,
+                              IppiSize roiSize, int scaleFactor);
+IppStatus ippiSub_8u_AC4IRSfs(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep,
+                              IppiSize roiSize, int scaleFactor);
+IppStatus ippiMul_8u_AC4IRSfs(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep,
+                              IppiSize roiSize, int scaleFactor);
+IppStatus ippiDiv_8u_AC4IRSfs(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep,
+                              IppiSize roiSize, int scaleFactor);
+IppStatus ippiOr_8u_AC4IR(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize);
+IppStatus ippiAnd_8u_AC4IR(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize);
+IppStatus ippiXor_8u_AC4IR(const Ipp8u* pSrc, int srcStep, Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize);
 
 IppStatus ippiAbsDiff_8u_C1R(const Ipp8u* pSrc1, int src1Step, const Ipp8u* pSrc2, int src2Step, Ipp8u* pDst,
                              int dstStep, IppiSize roiSize);

@@ -49,6 +49,14 @@ IppStatus ippiCopy_8u_C4CR(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstS
   return st;
 }
 
+IppStatus ippiCopy_8u_C1C4R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
+  if (pSrc == nullptr || pDst == nullptr) return ippStsNullPtrErr;
+  if (roiEmpty(roiSize)) return ippStsSizeErr;
+  if (stepTooSmall(srcStep, roiSize, 1) || stepTooSmall(dstStep, roiSize, 4)) return ippStsStepErr;
+  copyKernels().copyC1C4(pSrc, srcStep, pDst, dstStep, roiSize.width, roiSize.height);
+  return ippStsNoErr;
+}
+
 IppStatus ippiSet_8u_C1R(Ipp8u value, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
   return setWith(kC1, 1, &value, pDst, dstStep, roiSize);
 }

@@ -10,8 +10,9 @@
 // ROI row in bytes (so also when it is zero or negative). On an error
 // nothing is written.
 //
-// The AC4 and C4CR kernels may rewrite the bytes they leave unchanged with
-// their own values; do not let another thread write those bytes meanwhile.
+// The AC4, C4CR and C1C4R kernels may rewrite the bytes they leave
+// unchanged with their own values; do not let another thread write those
+// bytes meanwhile.
 #pragma once
 
 #include "ipp/ippdefs.h"
@@ -27,6 +28,12 @@ IppStatus ippiCopy_8u_AC4R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstS
 // pSrc and pDst point at that channel of the first pixel (e.g. base + 3 for
 // alpha). The other channels of the destination stay as they were.
 IppStatus ippiCopy_8u_C4CR(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize);
+// Copies a one-channel image into one channel of a 4-channel image: pDst
+// points at that channel of the first pixel (e.g. base + 3 for alpha), and
+// the other channels stay as they were. srcStep must hold roiSize.width
+// bytes, dstStep roiSize.width pixels of 4 bytes. Nothing after the last
+// written byte of a row is read or written, so the image may end there.
+IppStatus ippiCopy_8u_C1C4R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize);
 
 IppStatus ippiSet_8u_C1R(Ipp8u value, Ipp8u* pDst, int dstStep, IppiSize roiSize);
 IppStatus ippiSet_8u_C3R(const Ipp8u value[3], Ipp8u* pDst, int dstStep, IppiSize roiSize);

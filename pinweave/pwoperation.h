@@ -10,12 +10,15 @@
 // requests, master pumps = "send me one frame").
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
 #include "frame/fqvideoformat.h"
 
 namespace framquist {
+
+class TPWComponent;
 
 class IPWNotifyOperation {
 public:
@@ -54,11 +57,28 @@ public:
   unsigned Flags; // further start values, passed on unchanged
 };
 
-// Downstream: a source has nothing driving it and asks to be pumped.
-class TPWPumpRequestOperation : public IPWNotifyOperation {};
+// Downstream: a source has nothing driving it and asks to be pumped. A
+// component downstream that will pace the stream with master pumps answers
+// by naming itself as the pumper; while nobody answers, the pumper stays the
+// requester, which then has to drive itself.
+class TPWPumpRequestOperation : public IPWNotifyOperation {
+public:
+  explicit TPWPumpRequestOperation(int pumpType = 0, const TPWComponent* requester = nullptr)
+      : PumpType(pumpType), Pumper(requester) {}
+  int PumpType;
+  // Written by the answering party during delivery (operations are otherwise immutable).
+  mutable std::atomic<const TPWComponent*> Pumper;
+};
 
 // Upstream: deliver one frame now (the downstream side sets the pace).
-class TPWMasterPumpOperation : public IPWNotifyOperation {};
+// Sender and Tick let a receiver tell one pacing party's ticks apart.
+class TPWMasterPumpOperation : public IPWNotifyOperation {
+public:
+  TPWMasterPumpOperation() = default;
+  TPWMasterPumpOperation(const TPWComponent* sender, std::int64_t tick) : Sender(sender), Tick(tick) {}
+  const TPWComponent* Sender = nullptr;
+  std::int64_t Tick = 0;
+};
 
 // Downstream: the receiver should start pumping its own sources.
 class TPWStartPumpOperation : public IPWNotifyOperation {};

@@ -45,6 +45,30 @@ void copyChannelC4(const u8* src, int srcStep, u8* dst, int dstStep, int width, 
   for (int y = 0; y < height; ++y) copyChannelRow(rowAt(src, srcStep, y), rowAt(dst, dstStep, y), width);
 }
 
+// Grey samples into one byte of 4-byte pixels: eight widened to 32-bit
+// lanes and blended into the destination pixels. As above, the last pixel
+// is written alone; blocks may overlap since copying twice does no harm.
+void copyC1C4Row(const u8* s, u8* d, int w) {
+  const int n = w - 1;
+  if (n >= 8) {
+    const __m256i m = _mm256_set1_epi32(0xff);
+    auto block = [&](int x) {
+      const __m256i grey = _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(s + x)));
+      store256(d + x * 4, _mm256_blendv_epi8(load256(d + x * 4), grey, m));
+    };
+    int x = 0;
+    for (; x + 8 <= n; x += 8) block(x);
+    if (x < n) block(n - 8);
+  } else {
+    for (int x = 0; x < n; ++x) d[x * 4] = s[x];
+  }
+  d[n * 4] = s[n];
+}
+
+void copyC1C4(const u8* src, int srcStep, u8* dst, int dstStep, int width, int height) {
+  for (int y = 0; y < height; ++y) copyC1C4Row(rowAt(src, srcStep, y), rowAt(dst, dstStep, y), width);
+}
+
 // Fills n bytes with a pattern whose period divides 96, given as three
 // 32-byte registers (and the same pattern as bytes for short rows).
 void fillRow96(u8* d, int n, const __m256i (&pat)[3], const u8* patBytes) {
@@ -109,6 +133,7 @@ void setAC4(const u8* value, u8* dst, int dstStep, int width, int height) {
 const CopyKernels kCopyAvx2 = {
     {portable::copyC1, portable::copyC3, portable::copyC4, copyAC4},
     copyChannelC4,
+    copyC1C4,
     {portable::setC1, setC3, setC4, setAC4},
 };
 

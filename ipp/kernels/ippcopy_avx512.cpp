@@ -42,6 +42,26 @@ void copyChannelC4(const u8* src, int srcStep, u8* dst, int dstStep, int width, 
     copyRowMasked(rowAt(src, srcStep, y), rowAt(dst, dstStep, y), width * 4, kChannelBytes);
 }
 
+// Grey samples into one byte of 4-byte pixels, sixteen at a time: the
+// permute gives each 128-bit lane the dword of its four samples, and the
+// shuffle moves sample p of that dword to byte 4p. Masks keep loads and
+// stores to the samples copied.
+void copyC1C4(const u8* src, int srcStep, u8* dst, int dstStep, int width, int height) {
+  const __m512i spread = _mm512_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+  constexpr int p0 = static_cast<int>(0x80808000u), p1 = p0 | 1, p2 = p0 | 2, p3 = p0 | 3; // 0x80: zero
+  const __m512i place = _mm512_setr_epi32(p0, p1, p2, p3, p0, p1, p2, p3, p0, p1, p2, p3, p0, p1, p2, p3);
+  for (int y = 0; y < height; ++y) {
+    const u8* s = rowAt(src, srcStep, y);
+    u8* d = rowAt(dst, dstStep, y);
+    for (int x = 0; x < width; x += 16) {
+      const int k = width - x < 16 ? width - x : 16;
+      const __m512i grey = _mm512_maskz_loadu_epi8(firstBytes(k), s + x);
+      const __m512i v = _mm512_shuffle_epi8(_mm512_permutexvar_epi32(spread, grey), place);
+      _mm512_mask_storeu_epi8(d + 4 * x, kChannelBytes & firstBytes(4 * k), v);
+    }
+  }
+}
+
 // Fills n bytes with a pattern whose period divides 192, writing only the
 // bytes selected by `keep`.
 void fillRow192(u8* d, int n, const __m512i (&pat)[3], __mmask64 keep) {
@@ -82,6 +102,7 @@ void setAC4(const u8* value, u8* dst, int dstStep, int width, int height) {
 const CopyKernels kCopyAvx512 = {
     {portable::copyC1, portable::copyC3, portable::copyC4, copyAC4},
     copyChannelC4,
+    copyC1C4,
     {portable::setC1, setC3, setC4, setAC4},
 };
 

@@ -74,6 +74,19 @@ void copyChannelC4(const u8* src, int srcStep, u8* dst, int dstStep, int width, 
   }
 }
 
+// Grey samples into one byte of 4-byte pixels, rewriting whole pixels (the
+// vectoriser handles that) except the last: its 4 bytes from the channel on
+// may run past the image, so it is written alone.
+void copyC1C4(const u8* src, int srcStep, u8* dst, int dstStep, int width, int height) {
+  for (int y = 0; y < height; ++y) {
+    const u8* s = rowAt(src, srcStep, y);
+    u8* d = rowAt(dst, dstStep, y);
+    const int n = width - 1;
+    for (int x = 0; x < n; ++x) store32(d + x * 4, (load32(d + x * 4) & ~std::uint32_t{0xff}) | s[x]);
+    d[n * 4] = s[n];
+  }
+}
+
 void setC3(const u8* value, u8* dst, int dstStep, int width, int height) {
   fillPattern(value, 3, dst, dstStep, width, height);
 }
@@ -118,6 +131,7 @@ void setC1(const u8* value, u8* dst, int dstStep, int width, int height) {
 const CopyKernels kCopyPortable = {
     {portable::copyC1, portable::copyC3, portable::copyC4, copyAC4},
     copyChannelC4,
+    copyC1C4,
     {portable::setC1, setC3, setC4, setAC4},
 };
 

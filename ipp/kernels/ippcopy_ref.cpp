@@ -18,6 +18,14 @@ void copyRef(const Ipp8u* src, int srcStep, Ipp8u* dst, int dstStep, int width, 
   }
 }
 
+void copyC1C4Ref(const Ipp8u* src, int srcStep, Ipp8u* dst, int dstStep, int width, int height) {
+  for (int y = 0; y < height; ++y) {
+    const Ipp8u* s = src + static_cast<std::ptrdiff_t>(y) * srcStep;
+    Ipp8u* d = dst + static_cast<std::ptrdiff_t>(y) * dstStep;
+    for (int x = 0; x < width; ++x) d[x * 4] = s[x];
+  }
+}
+
 template <int Channels, int PixelBytes>
 void setRef(const Ipp8u* value, Ipp8u* dst, int dstStep, int width, int height) {
   for (int y = 0; y < height; ++y) {
@@ -34,6 +42,7 @@ void setRef(const Ipp8u* value, Ipp8u* dst, int dstStep, int width, int height) 
 const CopyKernels kCopyReference = {
     {copyRef<1, 1>, copyRef<3, 3>, copyRef<4, 4>, copyRef<3, 4>},
     copyRef<1, 4>,
+    copyC1C4Ref,
     {setRef<1, 1>, setRef<3, 3>, setRef<4, 4>, setRef<3, 4>},
 };
 

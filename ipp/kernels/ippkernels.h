@@ -45,6 +45,10 @@ struct MirrorKernels {
 struct CopyKernels {
   CopyFn copy[kLayoutCount];
   CopyFn copyChannelC4; // src and dst point at the channel to copy
+  // src is one-channel; dst points at one channel of 4-byte pixels. Never
+  // touches a byte after the last one it writes in a row (the channel's
+  // offset in the pixel is unknown, so that byte may end the image).
+  CopyFn copyC1C4;
   SetFn set[kLayoutCount];
 };
 

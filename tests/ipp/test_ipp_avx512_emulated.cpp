@@ -84,6 +84,16 @@ TEST(Avx512Emulated, MatchesReference) {
                 copies(e).copyChannelC4(s.at() + ch, s.step, d.at() + ch, d.step, w, h);
               },
               what + " copy channel " + std::to_string(ch));
+        if (l == kC1) {
+          const Image wide = makeImage(4, roi, padded, rng);
+          for (int ch = 0; ch < 4; ++ch)
+            expectSame(
+                src, wide,
+                [&](bool e, Image& s, Image& d) {
+                  copies(e).copyC1C4(s.at(), s.step, d.at() + ch, d.step, w, h);
+                },
+                what + " copy into channel " + std::to_string(ch));
+        }
         if (HasFatalFailure()) return;
       }
 }

@@ -1,6 +1,7 @@
 #include "ipptest.h"
 
 #include <array>
+#include <vector>
 
 namespace fqipptest {
 namespace {
@@ -50,6 +51,14 @@ TEST_P(CopyTarget, MatchesReference) {
             [&](Image& s, Image& d) { return c.copy(s.at() + ch, s.step, d.at() + ch, d.step, roi); },
             describe(c.name, roi, padded), c.firstChannel, c.channels);
       }
+      for (int ch = 0; ch < 4; ++ch) {
+        const Image src = makeImage(1, roi, padded, rng);
+        const Image dst = makeImage(4, roi, padded, rng);
+        expectMatchesReference(
+            GetParam(), src, dst,
+            [&](Image& s, Image& d) { return ippiCopy_8u_C1C4R(s.at(), s.step, d.at() + ch, d.step, roi); },
+            describe("Copy C1C4R", roi, padded) + " channel " + std::to_string(ch), ch, 1);
+      }
       for (const SetCase& c : kSets) {
         const Image dst = makeImage(c.pixelBytes, roi, padded, rng);
         const std::array<Ipp8u, 4> value = {static_cast<Ipp8u>(rng()), static_cast<Ipp8u>(rng()),
@@ -86,6 +95,31 @@ TEST(Copy, AlphaAndChannelForms) {
   }
 }
 
+// C1C4R into buffers that end at the last byte written and start at the
+// first pixel, with the source ending at its last sample, on every target:
+// run under AddressSanitizer, any access beyond them fails.
+TEST(Copy, C1C4RStaysInsideExactBuffers) {
+  std::mt19937 rng(21);
+  for (IppTarget t : availableTargets()) {
+    TargetScope scope(t);
+    for (int w = 1; w <= 70; ++w)
+      for (int h : {1, 3})
+        for (int ch = 0; ch < 4; ++ch) {
+          const int srcStep = w + static_cast<int>(rng() % 3), dstStep = 4 * w + static_cast<int>(rng() % 5);
+          std::vector<Ipp8u> src(static_cast<std::size_t>((h - 1) * srcStep + w));
+          std::vector<Ipp8u> dst(static_cast<std::size_t>(ch + (h - 1) * dstStep + 4 * (w - 1) + 1));
+          for (auto& b : src) b = static_cast<Ipp8u>(rng());
+          for (auto& b : dst) b = static_cast<Ipp8u>(rng());
+          std::vector<Ipp8u> want = dst;
+          for (int y = 0; y < h; ++y)
+            for (int x = 0; x < w; ++x) want[ch + y * dstStep + 4 * x] = src[y * srcStep + x];
+          ASSERT_EQ(ippiCopy_8u_C1C4R(src.data(), srcStep, dst.data() + ch, dstStep, {w, h}), ippStsNoErr);
+          ASSERT_TRUE(dst == want) << ippTargetName(t) << " " << w << "x" << h << " channel " << ch << ": "
+                                   << firstMismatch(want, dst, dstStep);
+        }
+  }
+}
+
 TEST(Copy, ErrorsWriteNothing) {
   std::mt19937 rng(9);
   const Image src = makeImage(4, {8, 4}, false, rng);
@@ -110,6 +144,11 @@ TEST(Copy, ErrorsWriteNothing) {
     EXPECT_EQ(c.set(value, dst.at(), 0, ok), ippStsStepErr) << c.name;
   }
   EXPECT_EQ(ippiSet_8u_C3R(nullptr, dst.at(), 24, ok), ippStsNullPtrErr);
+  EXPECT_EQ(ippiCopy_8u_C1C4R(nullptr, 8, dst.at(), 32, ok), ippStsNullPtrErr);
+  EXPECT_EQ(ippiCopy_8u_C1C4R(src.at(), 8, nullptr, 32, ok), ippStsNullPtrErr);
+  EXPECT_EQ(ippiCopy_8u_C1C4R(src.at(), 8, dst.at(), 32, {0, 4}), ippStsSizeErr);
+  EXPECT_EQ(ippiCopy_8u_C1C4R(src.at(), 7, dst.at(), 32, ok), ippStsStepErr);
+  EXPECT_EQ(ippiCopy_8u_C1C4R(src.at(), 8, dst.at(), 31, ok), ippStsStepErr);
   EXPECT_TRUE(dst.data == before.data);
 }
 

@@ -44,4 +44,31 @@ struct FilterChain {
   }
 };
 
+// Two sources -> a two-input component -> grabber. Run starts both streams
+// (equal intervals) at their first frames' sizes and formats, pushes one
+// frame into each input and returns the last output frame.
+template <class T>
+struct CombineChain {
+  TPWOwned<TFQImageSource> source1 = Make<TFQImageSource>();
+  TPWOwned<TFQImageSource> source2 = Make<TFQImageSource>();
+  TPWOwned<T> combiner = Make<T>();
+  TPWOwned<TFQImageGrabber> grabber = Make<TFQImageGrabber>();
+  CombineChain(const char* input1, const char* input2) {
+    TPWPin* in1 = combiner->FindPin(input1);
+    TPWPin* in2 = combiner->FindPin(input2);
+    EXPECT_TRUE(in1 != nullptr && TPWPin::Connect(source1->OutputPin, *in1));
+    EXPECT_TRUE(in2 != nullptr && TPWPin::Connect(source2->OutputPin, *in2));
+    EXPECT_TRUE(combiner->OutputPin.Connect(grabber->InputPin));
+  }
+  IFQImageBuffer Run(const IFQImageBuffer& picture1, const IFQImageBuffer& picture2) {
+    if (!source1->IsStreaming())
+      source1->StartStream(picture1.GetWidth(), picture1.GetHeight(), picture1.GetFormat(), 400000);
+    if (!source2->IsStreaming())
+      source2->StartStream(picture2.GetWidth(), picture2.GetHeight(), picture2.GetFormat(), 400000);
+    EXPECT_TRUE(source1->Push(picture1));
+    EXPECT_TRUE(source2->Push(picture2));
+    return grabber->GetLastFrame();
+  }
+};
+
 } // namespace framquist::test

@@ -1,0 +1,34 @@
+#include "ipp/ippmulcscale.h"
+
+#include "ipp/kernels/ippcheck.h"
+#include "ipp/kernels/ippmulcscalekernels.h"
+
+namespace framquist {
+
+using namespace ipp_detail;
+
+namespace {
+
+IppStatus mulCScaleWith(Layout layout, int bytesPerPixel, const Ipp8u* value, Ipp8u* pSrcDst, int step,
+                        IppiSize roi) noexcept {
+  if (value == nullptr) return ippStsNullPtrErr;
+  const IppStatus st = checkOne(pSrcDst, step, roi, bytesPerPixel);
+  if (st == ippStsNoErr) mulCScaleKernels().op[layout](value, pSrcDst, step, roi.width, roi.height);
+  return st;
+}
+
+} // namespace
+
+IppStatus ippiMulCScale_8u_C1IR(Ipp8u value, Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize) {
+  return mulCScaleWith(kC1, 1, &value, pSrcDst, srcDstStep, roiSize);
+}
+
+IppStatus ippiMulCScale_8u_C3IR(const Ipp8u value[3], Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize) {
+  return mulCScaleWith(kC3, 3, value, pSrcDst, srcDstStep, roiSize);
+}
+
+IppStatus ippiMulCScale_8u_C4IR(const Ipp8u value[4], Ipp8u* pSrcDst, int srcDstStep, IppiSize roiSize) {
+  return mulCScaleWith(kC4, 4, value, pSrcDst, srcDstStep, roiSize);
+}
+
+} // namespace framquist
