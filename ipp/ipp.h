@@ -16,4 +16,5 @@
 #include "ipp/ipppalette.h"
 #include "ipp/ipprandom.h"
 #include "ipp/ippremap.h"
+#include "ipp/ippthreads.h"
 #include "ipp/ippthreshold.h"

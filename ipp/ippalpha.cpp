@@ -2,6 +2,7 @@
 
 #include "ipp/kernels/ippalphakernels.h"
 #include "ipp/kernels/ippcheck.h"
+#include "ipp/kernels/ippparallel.h"
 
 namespace framquist {
 
@@ -14,8 +15,11 @@ IppStatus ippiAlphaComp_8u_AC4R(const Ipp8u* pSrc1, int src1Step, const Ipp8u* p
   if (st == ippStsNoErr && stepTooSmall(src2Step, roiSize, 4)) st = ippStsStepErr;
   if (st == ippStsNoErr && (alphaType < ippAlphaOver || alphaType > ippAlphaPlusPremul)) st = ippStsBadArgErr;
   if (st == ippStsNoErr)
-    alphaKernels().compose(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize.width, roiSize.height,
-                           static_cast<int>(alphaType));
+    forRowBands(roiSize.height, imageBytes(roiSize, 4), [&](int y0, int y1) {
+      alphaKernels().compose(bandRow(pSrc1, src1Step, y0), src1Step, bandRow(pSrc2, src2Step, y0), src2Step,
+                             bandRow(pDst, dstStep, y0), dstStep, roiSize.width, y1 - y0,
+                             static_cast<int>(alphaType));
+    });
   return st;
 }
 

@@ -1,7 +1,10 @@
 #include "ipp/ipparith.h"
 
+#include <atomic>
+
 #include "ipp/kernels/ipparithkernels.h"
 #include "ipp/kernels/ippcheck.h"
+#include "ipp/kernels/ippparallel.h"
 
 namespace framquist {
 
@@ -16,9 +19,14 @@ IppStatus binaryWith(ArithOp op, int bytesPerPixel, bool ac4, const Ipp8u* pSrc1
   if (st == ippStsNoErr) st = checkOne(pSrc2, src2Step, roi, bytesPerPixel);
   if (st != ippStsNoErr) return st;
   const int width = ac4 ? roi.width : roi.width * bytesPerPixel;
-  const int zeroDivisor = arithKernels().op[op][ac4 ? kColourOfAC4 : kAllSamples](
-      pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, width, roi.height, scaleFactor);
-  return zeroDivisor != 0 ? ippStsDivByZero : ippStsNoErr;
+  std::atomic<int> zeroDivisor{0};
+  forRowBands(roi.height, imageBytes(roi, bytesPerPixel), [&](int y0, int y1) {
+    if (arithKernels().op[op][ac4 ? kColourOfAC4 : kAllSamples](
+            bandRow(pSrc1, src1Step, y0), src1Step, bandRow(pSrc2, src2Step, y0), src2Step,
+            bandRow(pDst, dstStep, y0), dstStep, width, y1 - y0, scaleFactor) != 0)
+      zeroDivisor.store(1, std::memory_order_relaxed);
+  });
+  return zeroDivisor.load(std::memory_order_relaxed) != 0 ? ippStsDivByZero : ippStsNoErr;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "ipp/kernels/ippcheck.h"
 #include "ipp/kernels/ippcolortwistkernels.h"
+#include "ipp/kernels/ippparallel.h"
 
 namespace framquist {
 
@@ -14,8 +15,11 @@ IppStatus twistWith(bool ac4, const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int d
   if (twist == nullptr) return ippStsNullPtrErr;
   const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roi, ac4 ? 4 : 3);
   if (st != ippStsNoErr) return st;
-  const ColorTwistKernels& k = colorTwistKernels();
-  (ac4 ? k.ac4 : k.c3)(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, twist);
+  forRowBands(roi.height, imageBytes(roi, ac4 ? 4 : 3), [&](int y0, int y1) {
+    const ColorTwistKernels& k = colorTwistKernels();
+    (ac4 ? k.ac4 : k.c3)(bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep, roi.width,
+                         y1 - y0, twist);
+  });
   return st;
 }
 

@@ -2,6 +2,7 @@
 
 #include "ipp/kernels/ippcheck.h"
 #include "ipp/kernels/ippkernels.h"
+#include "ipp/kernels/ippparallel.h"
 
 namespace framquist {
 
@@ -12,7 +13,11 @@ namespace {
 IppStatus copyWith(Layout layout, int bytesPerPixel, const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep,
                    IppiSize roi) noexcept {
   const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roi, bytesPerPixel);
-  if (st == ippStsNoErr) copyKernels().copy[layout](pSrc, srcStep, pDst, dstStep, roi.width, roi.height);
+  if (st == ippStsNoErr)
+    forRowBands(roi.height, imageBytes(roi, bytesPerPixel), [&](int y0, int y1) {
+      copyKernels().copy[layout](bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep,
+                                 roi.width, y1 - y0);
+    });
   return st;
 }
 
@@ -20,7 +25,10 @@ IppStatus setWith(Layout layout, int bytesPerPixel, const Ipp8u* value, Ipp8u* p
                   IppiSize roi) noexcept {
   if (value == nullptr) return ippStsNullPtrErr;
   const IppStatus st = checkOne(pDst, dstStep, roi, bytesPerPixel);
-  if (st == ippStsNoErr) copyKernels().set[layout](value, pDst, dstStep, roi.width, roi.height);
+  if (st == ippStsNoErr)
+    forRowBands(roi.height, imageBytes(roi, bytesPerPixel), [&](int y0, int y1) {
+      copyKernels().set[layout](value, bandRow(pDst, dstStep, y0), dstStep, roi.width, y1 - y0);
+    });
   return st;
 }
 
@@ -45,7 +53,10 @@ IppStatus ippiCopy_8u_AC4R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstS
 IppStatus ippiCopy_8u_C4CR(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep, IppiSize roiSize) {
   const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roiSize, 4);
   if (st == ippStsNoErr)
-    copyKernels().copyChannelC4(pSrc, srcStep, pDst, dstStep, roiSize.width, roiSize.height);
+    forRowBands(roiSize.height, imageBytes(roiSize, 4), [&](int y0, int y1) {
+      copyKernels().copyChannelC4(bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep,
+                                  roiSize.width, y1 - y0);
+    });
   return st;
 }
 
@@ -53,7 +64,10 @@ IppStatus ippiCopy_8u_C1C4R(const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dst
   if (pSrc == nullptr || pDst == nullptr) return ippStsNullPtrErr;
   if (roiEmpty(roiSize)) return ippStsSizeErr;
   if (stepTooSmall(srcStep, roiSize, 1) || stepTooSmall(dstStep, roiSize, 4)) return ippStsStepErr;
-  copyKernels().copyC1C4(pSrc, srcStep, pDst, dstStep, roiSize.width, roiSize.height);
+  forRowBands(roiSize.height, imageBytes(roiSize, 4), [&](int y0, int y1) {
+    copyKernels().copyC1C4(bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep,
+                           roiSize.width, y1 - y0);
+  });
   return ippStsNoErr;
 }
 

@@ -2,6 +2,7 @@
 
 #include "ipp/kernels/ippcheck.h"
 #include "ipp/kernels/ippgammakernels.h"
+#include "ipp/kernels/ippparallel.h"
 
 namespace framquist {
 
@@ -13,8 +14,11 @@ IppStatus gammaWith(bool ac4, bool inverse, const Ipp8u* pSrc, int srcStep, Ipp8
                     IppiSize roi) noexcept {
   const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roi, ac4 ? 4 : 3);
   if (st != ippStsNoErr) return st;
-  const GammaKernels& k = gammaKernels();
-  (ac4 ? k.ac4 : k.c3)(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, inverse);
+  forRowBands(roi.height, imageBytes(roi, ac4 ? 4 : 3), [&](int y0, int y1) {
+    const GammaKernels& k = gammaKernels();
+    (ac4 ? k.ac4 : k.c3)(bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep, roi.width,
+                         y1 - y0, inverse);
+  });
   return st;
 }
 

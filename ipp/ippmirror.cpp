@@ -2,6 +2,7 @@
 
 #include "ipp/kernels/ippcheck.h"
 #include "ipp/kernels/ippkernels.h"
+#include "ipp/kernels/ippparallel.h"
 
 namespace framquist {
 
@@ -18,7 +19,13 @@ IppStatus mirrorWith(Layout layout, int bytesPerPixel, const Ipp8u* pSrc, int sr
   IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roi, bytesPerPixel);
   if (st == ippStsNoErr && badFlip(flip)) st = ippStsMirrorFlipErr;
   if (st == ippStsNoErr)
-    mirrorKernels().mirror[layout](pSrc, srcStep, pDst, dstStep, roi.width, roi.height, flip);
+    forRowBands(roi.height, imageBytes(roi, bytesPerPixel), [&](int y0, int y1) {
+      // Turned upside down (about the horizontal axis, or both), output
+      // rows [y0, y1) come from the source's rows [h - y1, h - y0).
+      const int from = flip == ippAxsVertical ? y0 : roi.height - y1;
+      mirrorKernels().mirror[layout](bandRow(pSrc, srcStep, from), srcStep, bandRow(pDst, dstStep, y0),
+                                     dstStep, roi.width, y1 - y0, flip);
+    });
   return st;
 }
 

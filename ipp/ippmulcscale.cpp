@@ -2,6 +2,7 @@
 
 #include "ipp/kernels/ippcheck.h"
 #include "ipp/kernels/ippmulcscalekernels.h"
+#include "ipp/kernels/ippparallel.h"
 
 namespace framquist {
 
@@ -13,7 +14,10 @@ IppStatus mulCScaleWith(Layout layout, int bytesPerPixel, const Ipp8u* value, Ip
                         IppiSize roi) noexcept {
   if (value == nullptr) return ippStsNullPtrErr;
   const IppStatus st = checkOne(pSrcDst, step, roi, bytesPerPixel);
-  if (st == ippStsNoErr) mulCScaleKernels().op[layout](value, pSrcDst, step, roi.width, roi.height);
+  if (st == ippStsNoErr)
+    forRowBands(roi.height, imageBytes(roi, bytesPerPixel), [&](int y0, int y1) {
+      mulCScaleKernels().op[layout](value, bandRow(pSrcDst, step, y0), step, roi.width, y1 - y0);
+    });
   return st;
 }
 

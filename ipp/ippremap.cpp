@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "ipp/kernels/ippcheck.h"
+#include "ipp/kernels/ippparallel.h"
 #include "ipp/kernels/ippremapkernels.h"
 
 namespace framquist {
@@ -56,7 +57,15 @@ IppStatus remapWith(Layout layout, int bytesPerPixel, const Ipp8u* pSrc, IppiSiz
                        dstStep,
                        dstRoiSize.width,
                        dstRoiSize.height};
-  remapKernels().remap[mode][layout](args);
+  // Output rows are independent: each band reads its own rows of the maps.
+  forRowBands(dstRoiSize.height, imageBytes(dstRoiSize, bytesPerPixel), [&](int y0, int y1) {
+    RemapArgs band = args;
+    band.xMap = reinterpret_cast<const Ipp32f*>(bandRow(reinterpret_cast<const Ipp8u*>(pxMap), xMapStep, y0));
+    band.yMap = reinterpret_cast<const Ipp32f*>(bandRow(reinterpret_cast<const Ipp8u*>(pyMap), yMapStep, y0));
+    band.dst = bandRow(pDst, dstStep, y0);
+    band.height = y1 - y0;
+    remapKernels().remap[mode][layout](band);
+  });
   return ippStsNoErr;
 }
 

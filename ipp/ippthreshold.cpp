@@ -1,6 +1,7 @@
 #include "ipp/ippthreshold.h"
 
 #include "ipp/kernels/ippcheck.h"
+#include "ipp/kernels/ippparallel.h"
 #include "ipp/kernels/ippthresholdkernels.h"
 
 namespace framquist {
@@ -13,8 +14,11 @@ IppStatus thresholdWith(bool ac4, const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, i
                         const ThresholdArgs& args) noexcept {
   const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roi, ac4 ? 4 : 3);
   if (st != ippStsNoErr) return st;
-  const ThresholdKernels& k = thresholdKernels();
-  (ac4 ? k.ac4 : k.c3)(pSrc, srcStep, pDst, dstStep, roi.width, roi.height, args);
+  forRowBands(roi.height, imageBytes(roi, ac4 ? 4 : 3), [&](int y0, int y1) {
+    const ThresholdKernels& k = thresholdKernels();
+    (ac4 ? k.ac4 : k.c3)(bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep, roi.width,
+                         y1 - y0, args);
+  });
   return st;
 }
 

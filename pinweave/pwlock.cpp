@@ -27,26 +27,26 @@ void TPWLockHold::Release() {
 }
 
 namespace {
-// Read depth per (thread, lock). A thread holds few locks at once, so a
-// small vector beats a map.
+// Read depth per (thread, lock), kept only while the thread reads that
+// lock: a thread reads few locks at once, so a small vector beats a map and
+// stays short however many components a delivery thread passes through.
 struct ReadDepthEntry {
   const void* lock;
   int depth;
 };
 thread_local std::vector<ReadDepthEntry> tReadDepths;
+
+ReadDepthEntry* FindReadDepth(const void* lock) {
+  for (auto& e : tReadDepths)
+    if (e.lock == lock) return &e;
+  return nullptr;
+}
 } // namespace
 
 TPWLock::~TPWLock() {
   // Forget stale per-thread entries of this thread so a later lock at the
   // same address does not inherit them.
   std::erase_if(tReadDepths, [this](const ReadDepthEntry& e) { return e.lock == this; });
-}
-
-int& TPWLock::ThreadReadDepth() const {
-  for (auto& e : tReadDepths)
-    if (e.lock == this) return e.depth;
-  tReadDepths.push_back({this, 0});
-  return tReadDepths.back().depth;
 }
 
 TPWLockHold TPWLock::Write() { return AcquireWrite(nullptr); }
@@ -69,7 +69,8 @@ TPWLockHold TPWLock::AcquireWrite(const Deadline* deadline) {
     ++writeDepth_;
     return MakeHold(this, true);
   }
-  const int myReads = ThreadReadDepth();
+  const ReadDepthEntry* mine = FindReadDepth(this);
+  const int myReads = mine != nullptr ? mine->depth : 0;
   if (myReads > 0 && readers_ != myReads) return {}; // upgrade would deadlock
   ++waitingWriters_;
   auto ready = [&] { return writer_ == std::thread::id{} && readers_ == myReads; };
@@ -95,8 +96,8 @@ TPWLockHold TPWLock::AcquireRead(const Deadline* deadline) {
     ++writeDepth_; // a read inside a write nests in the write
     return MakeHold(this, true);
   }
-  int& depth = ThreadReadDepth();
-  if (depth == 0) {
+  ReadDepthEntry* mine = FindReadDepth(this);
+  if (mine == nullptr) {
     // New readers give way to waiting writers; a thread that already reads
     // may nest without waiting, or it would deadlock against that writer.
     auto ready = [&] { return writer_ == std::thread::id{} && waitingWriters_ == 0; };
@@ -106,7 +107,10 @@ TPWLockHold TPWLock::AcquireRead(const Deadline* deadline) {
       changed_.wait(guard, ready);
     }
   }
-  ++depth;
+  if (mine != nullptr)
+    ++mine->depth;
+  else
+    tReadDepths.push_back({this, 1});
   ++readers_;
   return MakeHold(this, false);
 }
@@ -122,9 +126,12 @@ void TPWLock::ReleaseWrite() {
 
 void TPWLock::ReleaseRead() {
   std::lock_guard guard(mutex_);
-  int& depth = ThreadReadDepth();
-  assert(depth > 0 && readers_ > 0);
-  --depth;
+  ReadDepthEntry* mine = FindReadDepth(this);
+  assert(mine != nullptr && mine->depth > 0 && readers_ > 0);
+  if (mine != nullptr && --mine->depth == 0) {
+    *mine = tReadDepths.back();
+    tReadDepths.pop_back();
+  }
   --readers_;
   changed_.notify_all(); // a writer, or a sole reader upgrading, may now go
 }

@@ -85,7 +85,6 @@ private:
   using Deadline = std::chrono::steady_clock::time_point;
   TPWLockHold AcquireWrite(const Deadline* deadline);
   TPWLockHold AcquireRead(const Deadline* deadline);
-  int& ThreadReadDepth() const;
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
