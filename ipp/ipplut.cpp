@@ -2,6 +2,7 @@
 
 #include "ipp/kernels/ippcheck.h"
 #include "ipp/kernels/ipplutkernels.h"
+#include "ipp/kernels/ippparallel.h"
 
 #include <cstring>
 
@@ -33,7 +34,10 @@ IppStatus lutWith(LutMode mode, int layout, int channels, const Ipp8u* pSrc, int
   call.sameTables = true;
   for (int c = 1; c < channels; ++c)
     if (std::memcmp(call.table[c], call.table[0], 256) != 0) call.sameTables = false;
-  lutKernels().apply[layout](pSrc, srcStep, pDst, dstStep, roi.width, roi.height, call);
+  forRowBands(roi.height, imageBytes(roi, channels), [&](int y0, int y1) {
+    lutKernels().apply[layout](bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep,
+                               roi.width, y1 - y0, call);
+  });
   return ippStsNoErr;
 }
 

@@ -99,6 +99,32 @@ TEST_P(LutTarget, MatchesReference) {
         }
 }
 
+// Colour curves that agree on all channels but the last (a common alpha
+// case): the fast kernels must not take the one-table path. Each vector
+// block sees every sample value in every channel.
+TEST_P(LutTarget, LastChannelDiffering) {
+  std::mt19937 rng(5);
+  for (int pixelBytes : {3, 4})
+    for (const Mode& m : kModes)
+      for (IppiSize roi : {IppiSize{67, 3}, IppiSize{256, 2}})
+        for (bool padded : {false, true}) {
+          Curves cv(rng, true);
+          cv.c[pixelBytes - 1] = randomCurve(rng);
+          cv.values[pixelBytes - 1] = cv.c[pixelBytes - 1].values.data();
+          cv.levels[pixelBytes - 1] = cv.c[pixelBytes - 1].levels.data();
+          cv.n[pixelBytes - 1] = static_cast<int>(cv.c[pixelBytes - 1].values.size());
+          Image src = makeImage(pixelBytes, roi, padded, rng);
+          for (int y = 0; y < roi.height; ++y)
+            for (int x = 0; x < roi.width * pixelBytes; ++x)
+              src.sample(x / pixelBytes, y, x % pixelBytes) = static_cast<Ipp8u>(x * 7 + y);
+          const Image dst = makeImage(pixelBytes, roi, padded, rng);
+          expectMatchesReference(
+              GetParam(), src, dst, [&](Image& s, Image& d) { return run(m, pixelBytes, s, d, cv); },
+              describe(m.name, roi, padded) + " C" + std::to_string(pixelBytes), 0, pixelBytes);
+          if (HasFatalFailure()) return;
+        }
+}
+
 FQ_IPP_INSTANTIATE_FAST_TARGETS(LutTarget);
 
 // Every sample value 0..255 once, through a one-channel curve, on every target.
