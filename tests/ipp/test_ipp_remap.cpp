@@ -96,6 +96,49 @@ TEST_P(RemapTarget, MatchesReference) {
         }
 }
 
+// Sources of a few bytes, and narrow source ROIs at the right and bottom
+// edges of the image, under a wide destination: the vector kernels read
+// whole words and must neither read past the last usable byte nor take a
+// neighbour from outside the ROI. Coordinates crowd the ROI's last pixels
+// and edges, with whole, fractional and just-outside values.
+TEST_P(RemapTarget, SmallSourcesAndNarrowRois) {
+  std::mt19937 rng(5);
+  const IppiSize dstRoi{37, 3};
+  for (const Layout& l : kLayouts)
+    for (int mode : kModes)
+      for (int w = 1; w <= 6; ++w)
+        for (int h = 1; h <= 3; ++h)
+          for (int roiW : {1, 2, 3, 4, 5}) {
+            const bool padded = roiW % 2 == 0;
+            const Image src = makeImage(l.pixelBytes, {w + roiW, h}, padded, rng);
+            const Image dst = makeImage(l.pixelBytes, dstRoi, padded, rng);
+            // The ROI ends at the image's last column and row, or the whole image.
+            const IppiRect srcRoi = roiW == 5 ? IppiRect{0, 0, w + roiW, h} : IppiRect{w, h - 1, roiW, 4};
+            const float left = static_cast<float>(srcRoi.x), right = static_cast<float>(w + roiW - 1);
+            const float top = static_cast<float>(srcRoi.y), bottom = static_cast<float>(h - 1);
+            std::uniform_real_distribution<float> near(-0.75f, 0.75f);
+            Maps maps;
+            maps.step = 4 * dstRoi.width;
+            maps.x.resize(static_cast<std::size_t>(dstRoi.width) * dstRoi.height);
+            maps.y = maps.x;
+            for (std::size_t i = 0; i < maps.x.size(); ++i) {
+              const int k = static_cast<int>(rng() % 4);
+              maps.x[i] = (k == 0 ? left : right) + (k < 2 ? 0.0f : near(rng));
+              maps.y[i] = (rng() % 2 ? top : bottom) + (k == 3 ? near(rng) : 0.0f);
+            }
+            const std::string what = describe(l.name, src.roi, padded) + " roi width " +
+                                     std::to_string(roiW) + " mode " + std::to_string(mode);
+            expectMatchesReference(
+                GetParam(), src, dst,
+                [&](Image& s, Image& d) {
+                  return l.remap(s.at(), s.roi, s.step, srcRoi, maps.x.data(), maps.step, maps.y.data(),
+                                 maps.step, d.at(), d.step, d.roi, mode);
+                },
+                what, 0, l.channels);
+            if (HasFatalFailure()) return;
+          }
+}
+
 FQ_IPP_INSTANTIATE_FAST_TARGETS(RemapTarget);
 
 // Runs one C1 remap of a 4x3 source on every target and returns the
