@@ -16,12 +16,12 @@ struct FilterKernels {
 
 extern const FilterKernels kFilterReference;
 extern const FilterKernels kFilterPortable;
+extern const FilterKernels kFilterAvx2;
 
 inline const FilterKernels& filterKernels() noexcept {
-  // The row loops compiled for AVX2 measured slower than the baseline
-  // build, so every vector target uses the portable kernels.
+  // AVX-512 CPUs run the AVX2 kernels.
   static constexpr const FilterKernels* tables[kTargetCount] = {&kFilterReference, &kFilterPortable,
-                                                                &kFilterPortable, &kFilterPortable};
+                                                                &kFilterAvx2, &kFilterAvx2};
   return *tables[currentTarget()];
 }
 

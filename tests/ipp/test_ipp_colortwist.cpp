@@ -51,6 +51,21 @@ TEST_P(TwistTarget, MatchesReference) {
       }
 }
 
+// Worked in place, a row must be read before it is overwritten.
+TEST_P(TwistTarget, InPlaceMatchesSeparateImages) {
+  std::mt19937 rng(33);
+  TargetScope scope(GetParam());
+  for (int width : {17, 18, 33, 34, 35, 64, 97})
+    for (bool ac4 : {false, true}) {
+      const Image src = makeImage(ac4 ? 4 : 3, {width, 3}, true, rng);
+      const Matrix m = randomMatrix(rng, static_cast<int>(rng() % 3));
+      Image separate = src, inPlace = src;
+      ASSERT_EQ(twist(ac4, src, separate, m), ippStsNoErr);
+      ASSERT_EQ(twist(ac4, inPlace, inPlace, m), ippStsNoErr);
+      EXPECT_TRUE(inPlace.data == separate.data) << describe(ac4 ? "AC4" : "C3", src.roi, true);
+    }
+}
+
 FQ_IPP_INSTANTIATE_FAST_TARGETS(TwistTarget);
 
 // Identity, a channel swap, saturation, rounding of halves to even and
@@ -86,6 +101,14 @@ TEST(ColorTwist, HandWorked) {
         if (c == 2) return 0;
         const int half = s0 / 2;
         return s0 % 2 == 0 ? half : (half % 2 == 0 ? half : half + 1);
+      });
+      // Results far beyond the int range still saturate; infinity times a
+      // zero sample is NaN.
+      const float inf = std::numeric_limits<float>::infinity();
+      ASSERT_EQ(twist(ac4, src, dst, {{{1e30f, 0, 0, 0}, {-1e30f, 0, 0, 300}, {inf, 0, 0, 0}}}), ippStsNoErr);
+      each([](int s0, int, int, int c) {
+        if (c == 1) return s0 == 0 ? 255 : 0;
+        return s0 == 0 ? 0 : 255;
       });
     }
   }
