@@ -255,9 +255,9 @@ void TFQMultiInput::CalculateSendStart(const TFQMultiStartParams& Params) {
   started_ = true;
 }
 
-bool TFQMultiInput::CompletesSet(const TFQPWImageSinkPin& pin, bool& clearAll) const {
-  const int channel = const_cast<TFQMultiInput*>(this)->GetRateChannel();
-  const bool skipStopped = const_cast<TFQMultiInput*>(this)->CanStartIfNotAllRunning();
+bool TFQMultiInput::CompletesSet(const TFQPWImageSinkPin& pin, bool& clearAll) {
+  const int channel = GetRateChannel();
+  const bool skipStopped = CanStartIfNotAllRunning();
   bool anyNotRunning = false, allEqual = true, allNew = true, first = true;
   std::int64_t firstInterval = 0, smallest = std::numeric_limits<std::int64_t>::max();
   for (const TFQPWImageSinkPin* input : inputs_) {

@@ -137,7 +137,7 @@ private:
   void FrameArrived(TFQPWImageSinkPin& pin, IFQImageBuffer buffer);
   // Whether a frame on pin completes a set, and whether every input's
   // new-frame flag is then cleared (else only pin's).
-  bool CompletesSet(const TFQPWImageSinkPin& pin, bool& clearAll) const;
+  bool CompletesSet(const TFQPWImageSinkPin& pin, bool& clearAll);
   void PumpInput(TFQPWImageSinkPin& pin, const TPWMasterPumpOperation& op);
   void NegotiateStart();
   std::vector<TFQPWImageSinkPin*> ConnectedInputs() const;
