@@ -21,12 +21,6 @@ struct Rig : test::CombineChain<TFQCombine> {
   Rig() : CombineChain("InputPins[0]", "InputPins[1]") {}
 };
 
-IFQImageBuffer Solid(int w, int h, TFQVideoFormat format, TColor colour) {
-  IFQImageBuffer f = IFQImageBuffer::Create(w, h, format);
-  f.FillColor(colour, 0);
-  return f;
-}
-
 // One byte after scaling by a coefficient, worked out plainly.
 int Scaled(int byte, double c, int fill) {
   if (c == 1.0) return byte;
@@ -100,8 +94,8 @@ TEST(Combine, ThirtyTwoBitPicture2IsCompositedOverPicture1ByItsAlpha) {
   for (const std::uint32_t alpha : {255u, 0u}) {
     Rig rig;
     rig.combiner->SetCombineOperation(coSubtract);
-    const IFQImageBuffer out =
-        rig.Run(Solid(4, 2, vf32Bit, p1), Solid(4, 2, vf32Bit, FQRGB(100, 100, 100) | alpha << 24));
+    const IFQImageBuffer out = rig.Run(test::SolidFrame(4, 2, vf32Bit, p1),
+                                       test::SolidFrame(4, 2, vf32Bit, FQRGB(100, 100, 100) | alpha << 24));
     ASSERT_EQ(out.GetFormat(), vf32Bit);
     if (alpha == 255) // the operation's result only: 100 - picture 1
       EXPECT_EQ(PixelAt(out, 3, 1), (std::vector<std::uint8_t>{40, 50, 60, 255}));
@@ -113,7 +107,8 @@ TEST(Combine, ThirtyTwoBitPicture2IsCompositedOverPicture1ByItsAlpha) {
   Rig rig;
   rig.combiner->SetBackgroundColor(FQRGB(1, 2, 3) | 0xff000000u);
   rig.combiner->SetCoefficient1(0.0);
-  const IFQImageBuffer out = rig.Run(Solid(2, 2, vf32Bit, p1), Solid(2, 2, vf32Bit, FQRGB(9, 9, 9)));
+  const IFQImageBuffer out =
+      rig.Run(test::SolidFrame(2, 2, vf32Bit, p1), test::SolidFrame(2, 2, vf32Bit, FQRGB(9, 9, 9)));
   EXPECT_EQ(PixelAt(out, 0, 0), (std::vector<std::uint8_t>{3, 2, 1, 255}));
 }
 
@@ -123,9 +118,9 @@ TEST(Combine, RateSourcePicksTheInputThatClocksTheOutput) {
   rig.source1->StartStream(4, 4, vf24Bit, 400000);
   rig.source2->StartStream(4, 4, vf24Bit, 800000);
   EXPECT_EQ(rig.grabber->GetStreamInfo().Interval, 800000);
-  for (int i = 0; i < 3; ++i) rig.source1->Push(Solid(4, 4, vf24Bit, 0));
+  for (int i = 0; i < 3; ++i) rig.source1->Push(test::SolidFrame(4, 4, vf24Bit, 0));
   EXPECT_EQ(rig.grabber->GetFrameCount(), 0);
-  rig.source2->Push(Solid(4, 4, vf24Bit, 0));
+  rig.source2->Push(test::SolidFrame(4, 4, vf24Bit, 0));
   EXPECT_EQ(rig.grabber->GetFrameCount(), 1);
 }
 
@@ -135,8 +130,8 @@ TEST(Combine, AfterStopTheOwnClockSendsTheLastFrameOrBlack) {
     rig.combiner->SetAfterStop(mode);
     rig.source1->StartStream(4, 4, vf24Bit, 100000); // 10 ms
     rig.source2->StartStream(4, 4, vf24Bit, 100000);
-    rig.source1->Push(Solid(4, 4, vf24Bit, FQRGB(20, 20, 20)));
-    rig.source2->Push(Solid(4, 4, vf24Bit, FQRGB(30, 30, 30)));
+    rig.source1->Push(test::SolidFrame(4, 4, vf24Bit, FQRGB(20, 20, 20)));
+    rig.source2->Push(test::SolidFrame(4, 4, vf24Bit, FQRGB(30, 30, 30)));
     rig.source1->StopStream();
     rig.source2->StopStream();
     EXPECT_TRUE(rig.grabber->WaitForFrames(4, std::chrono::seconds(10)));
@@ -154,7 +149,8 @@ TEST(Combine, AfterStopAPacingComponentDownstreamDrivesOneFramePerTick) {
   Rig rig;
   rig.grabber->SetPacesStream(true);
   rig.combiner->SetAfterStop(asZero);
-  rig.Run(Solid(4, 4, vf24Bit, FQRGB(20, 20, 20)), Solid(4, 4, vf24Bit, FQRGB(30, 30, 30)));
+  rig.Run(test::SolidFrame(4, 4, vf24Bit, FQRGB(20, 20, 20)),
+          test::SolidFrame(4, 4, vf24Bit, FQRGB(30, 30, 30)));
   rig.source1->StopStream();
   rig.source2->StopStream();
   std::this_thread::sleep_for(std::chrono::milliseconds(20));

@@ -11,9 +11,7 @@ using test::PixelAt;
 using Bytes = std::vector<std::uint8_t>;
 
 IFQImageBuffer Solid(int w, int h, TFQVideoFormat format, std::uint8_t level) {
-  IFQImageBuffer f = IFQImageBuffer::Create(w, h, format);
-  f.FillColor(FQRGB(level, level, level) | 0xff000000u, 0);
-  return f;
+  return test::SolidFrame(w, h, format, FQRGB(level, level, level) | 0xff000000u);
 }
 
 // Combine adds the overlap, so picture 1 (10), picture 2 (100) and the

@@ -18,6 +18,12 @@ IFQImageBuffer RandomFrame(int width, int height, TFQVideoFormat format, std::ui
   return frame;
 }
 
+IFQImageBuffer SolidFrame(int width, int height, TFQVideoFormat format, TColor colour) {
+  IFQImageBuffer frame = IFQImageBuffer::Create(width, height, format);
+  frame.FillColor(colour, 0);
+  return frame;
+}
+
 std::vector<std::uint8_t> PixelAt(const IFQImageBuffer& frame, int x, int y) {
   const int bpp = frame.GetBytesPerPixel();
   const std::uint8_t* p = frame.GetReadPointer() + static_cast<long>(y) * frame.GetLineStep() + x * bpp;

@@ -17,6 +17,10 @@ namespace framquist::test {
 // A frame whose every byte is pseudo-random (deterministic in seed).
 IFQImageBuffer RandomFrame(int width, int height, TFQVideoFormat format, std::uint32_t seed);
 
+// A frame filled with one colour (TColor; 32-bit frames take the alpha
+// from bits 24-31, grey frames the colour's luma).
+IFQImageBuffer SolidFrame(int width, int height, TFQVideoFormat format, TColor colour);
+
 // The bytes of pixel (x, y).
 std::vector<std::uint8_t> PixelAt(const IFQImageBuffer& frame, int x, int y);
 
