@@ -1,5 +1,6 @@
 #include "ipp/ippgamma.h"
 
+#include <algorithm>
 #include <array>
 
 #include "ipp/kernels/ippcheck.h"
@@ -30,22 +31,41 @@ const LutCall& gammaLookup(bool inverse) noexcept {
   return calls[inverse ? 1 : 0];
 }
 
+// AC4 through the shuffle lookups: each span of pixels is looked up as
+// plain bytes into a buffer that stays in L1, then copied in keeping the
+// destination's alpha (which also makes work in place safe).
+void gammaAC4ByLookup(const Ipp8u* src, int srcStep, Ipp8u* dst, int dstStep, int width, int height,
+                      bool inverse) noexcept {
+  const LutCall& call = gammaLookup(inverse);
+  const LutFn lookup = lutKernels().apply[0];
+  const CopyFn keepAlpha = copyKernels().copy[kAC4];
+  constexpr int kSpan = 1024;
+  alignas(64) Ipp8u span[kSpan * 4];
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; x += kSpan) {
+      const int n = std::min(kSpan, width - x);
+      lookup(bandRow(src, srcStep, y) + 4 * x, srcStep, span, kSpan * 4, 4 * n, 1, call);
+      keepAlpha(span, kSpan * 4, bandRow(dst, dstStep, y) + 4 * x, dstStep, n, 1);
+    }
+}
+
 IppStatus gammaWith(bool ac4, bool inverse, const Ipp8u* pSrc, int srcStep, Ipp8u* pDst, int dstStep,
                     IppiSize roi) noexcept {
   const IppStatus st = checkTwo(pSrc, srcStep, pDst, dstStep, roi, ac4 ? 4 : 3);
   if (st != ippStsNoErr) return st;
   forRowBands(roi.height, imageBytes(roi, ac4 ? 4 : 3), [&](int y0, int y1) {
-    // Three channels are a plain lookup, where the AVX2 shuffle kernels beat
-    // loads from the table; AC4 must keep the destination's alpha, which
-    // the lookup kernels do not.
-    if (!ac4 && currentTarget() >= static_cast<int>(IppTarget::AVX2)) {
-      lutKernels().apply[1](bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep,
-                            roi.width, y1 - y0, gammaLookup(inverse));
+    const Ipp8u* src = bandRow(pSrc, srcStep, y0);
+    Ipp8u* dst = bandRow(pDst, dstStep, y0);
+    // With AVX2 the shuffle lookups beat loads from the table.
+    if (currentTarget() >= static_cast<int>(IppTarget::AVX2)) {
+      if (ac4)
+        gammaAC4ByLookup(src, srcStep, dst, dstStep, roi.width, y1 - y0, inverse);
+      else
+        lutKernels().apply[1](src, srcStep, dst, dstStep, roi.width, y1 - y0, gammaLookup(inverse));
       return;
     }
     const GammaKernels& k = gammaKernels();
-    (ac4 ? k.ac4 : k.c3)(bandRow(pSrc, srcStep, y0), srcStep, bandRow(pDst, dstStep, y0), dstStep, roi.width,
-                         y1 - y0, inverse);
+    (ac4 ? k.ac4 : k.c3)(src, srcStep, dst, dstStep, roi.width, y1 - y0, inverse);
   });
   return st;
 }

@@ -22,9 +22,10 @@ const Ipp8u* gammaTable(bool inverse) noexcept;
 extern const GammaKernels kGammaReference;
 extern const GammaKernels kGammaPortable;
 
-// Every vector target uses the table kernels: a 256-entry lookup per byte
-// is already faster than any in-register form of the curve, and shuffle
-// based lookups of 256 entries cost more instructions than the loads.
+// Without AVX2 every target uses the table kernels: a 256-entry lookup per
+// byte beats any in-register form of the curve. AVX2 CPUs take the shuffle
+// lookup kernels instead (see ippgamma.cpp), so their entries here serve
+// only when a test forces them.
 inline const GammaKernels& gammaKernels() noexcept {
   static constexpr const GammaKernels* tables[kTargetCount] = {&kGammaReference, &kGammaPortable,
                                                                &kGammaPortable, &kGammaPortable};
