@@ -17,7 +17,7 @@ struct Avx2 {
   static T unpackHi(T a, T b) { return _mm256_unpackhi_epi8(a, b); }
   static T mul16(T a, T b) { return _mm256_mullo_epi16(a, b); }
   static T add16(T a, T b) { return _mm256_add_epi16(a, b); }
-  static T shr16by8(T a) { return _mm256_srli_epi16(a, 8); }
+  static T mulHi16(T a, T b) { return _mm256_mulhi_epu16(a, b); }
   static T set16(short v) { return _mm256_set1_epi16(v); }
   static T packUs(T a, T b) { return _mm256_packus_epi16(a, b); }
 };

@@ -17,7 +17,7 @@ struct Sse2 {
   static T unpackHi(T a, T b) { return _mm_unpackhi_epi8(a, b); }
   static T mul16(T a, T b) { return _mm_mullo_epi16(a, b); }
   static T add16(T a, T b) { return _mm_add_epi16(a, b); }
-  static T shr16by8(T a) { return _mm_srli_epi16(a, 8); }
+  static T mulHi16(T a, T b) { return _mm_mulhi_epu16(a, b); }
   static T set16(short v) { return _mm_set1_epi16(v); }
   static T packUs(T a, T b) { return _mm_packus_epi16(a, b); }
 };

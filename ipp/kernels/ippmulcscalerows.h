@@ -1,11 +1,12 @@
 // The MulCScale kernels over a vector width, shared by the fast kernel
 // sets. A set supplies vector traits V (T, kBytes, load, store, zero,
-// unpackLo, unpackHi, mul16, add16, shr16by8, set16, packUs) and
+// unpackLo, unpackHi, mul16, mulHi16 (unsigned), add16, set16, packUs) and
 // instantiates MulCScaleTable<V>. Internal linkage throughout (see
 // ipprows.h).
 //
 // Samples are widened to 16-bit lanes; for t = s * v <= 65025, round(t /
-// 255) is ((t + 128) + ((t + 128) >> 8)) >> 8, and no step leaves 16 bits.
+// 255) is ((t + 128) + ((t + 128) >> 8)) >> 8, which equals the high half of
+// (t + 128) * 257; no step leaves 16 bits.
 #pragma once
 
 #include "ipp/kernels/ippmulcscalekernels.h"
@@ -30,10 +31,7 @@ struct MulCScaleRows {
     u8 bytes[kPeriod];
   };
 
-  static T divide255(T t) {
-    const T r = V::add16(t, V::set16(128));
-    return V::shr16by8(V::add16(r, V::shr16by8(r)));
-  }
+  static T divide255(T t) { return V::mulHi16(V::add16(t, V::set16(128)), V::set16(257)); }
 
   static void scaleVector(u8* p, const Factors& f, int j) {
     const T z = V::zero(), s = V::load(p);
