@@ -1,8 +1,6 @@
 // labels: threaded
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <thread>
 
 #include "filters/colour/fqcolorlookup.h"
@@ -18,28 +16,19 @@ using test::PixelAt;
 using test::RandomFrame;
 using test::SameFrame;
 
-struct Chain {
-  TPWOwned<TFQImageSource> source = Make<TFQImageSource>();
-  TPWOwned<TFQColorLookup> lookup = Make<TFQColorLookup>();
-  TPWOwned<TFQImageGrabber> grabber = Make<TFQImageGrabber>();
-  Chain() {
-    EXPECT_TRUE(source->OutputPin.Connect(lookup->InputPin));
-    EXPECT_TRUE(lookup->OutputPin.Connect(grabber->InputPin));
-  }
-  TFQLookupTable& Table(int k) { return *lookup->GetLookupTables()->GetColorChannel(k); }
-  void Mode(TFQColorLookupMode m) { lookup->GetLookupTables()->SetLookupMode(m); }
-  IFQImageBuffer Run(const IFQImageBuffer& frame) {
-    if (!source->IsStreaming())
-      source->StartStream(frame.GetWidth(), frame.GetHeight(), frame.GetFormat(), 400000);
-    const long long before = grabber->GetFrameCount();
-    EXPECT_TRUE(source->Push(frame));
-    EXPECT_EQ(grabber->GetFrameCount(), before + 1);
-    return grabber->GetLastFrame();
+struct Chain : test::FilterChain<TFQColorLookup> {
+  TFQLookupTable& Table(int k) { return *filter->GetLookupTables()->GetColorChannel(k); }
+  void Mode(TFQColorLookupMode m) { filter->GetLookupTables()->SetLookupMode(m); }
+  // The inverting curve 0 -> 255, 256 -> 0 on byte k.
+  void Invert(int k) {
+    Mode(clmLinear);
+    Table(k).Add(0, 255);
+    Table(k).Add(256, 0);
   }
 };
 
 // The inverting curve 255 - 255 s / 256 as the linear mode rounds it.
-int Inverted(int s) { return static_cast<int>(255 - (255.0 * s) / 256 + 0.5); }
+std::uint8_t Inverted(int s) { return static_cast<std::uint8_t>(255 - (255.0 * s) / 256 + 0.5); }
 
 // Two entries of one level keep their order; beyond that the order is the
 // selection sort's (exchanges can carry an equal level past another), which
@@ -76,34 +65,20 @@ TEST(ColorLookup, AllTablesEmptyPassesEveryFormatUnchanged) {
 }
 
 TEST(ColorLookup, LinearInvertsGreyAndLeavesEmptyChannelsAlone) {
+  std::string why;
   Chain grey;
-  grey.Mode(clmLinear);
-  grey.Table(0).Add(0, 255);
-  grey.Table(0).Add(256, 0);
+  grey.Invert(0);
   const IFQImageBuffer in = RandomFrame(64, 8, vfGrey, 5);
-  const IFQImageBuffer out = grey.Run(in);
-  ASSERT_EQ(out.GetFormat(), vfGrey);
-  for (int y = 0; y < 8; ++y)
-    for (int x = 0; x < 64; ++x) {
-      const int s = PixelAt(in, x, y)[0];
-      ASSERT_EQ(PixelAt(out, x, y)[0], Inverted(s)) << s;
-      ASSERT_LE(std::abs(PixelAt(out, x, y)[0] - (255 - s)), 1);
-    }
+  EXPECT_TRUE(SameFrame(grey.Run(in), test::MapPixels(in, [](auto& px) { px[0] = Inverted(px[0]); }), &why))
+      << why;
 
   // 24-bit: only the third byte has a curve.
   Chain colour;
-  colour.Mode(clmLinear);
-  colour.Table(2).Add(0, 255);
-  colour.Table(2).Add(256, 0);
+  colour.Invert(2);
   const IFQImageBuffer rgb = RandomFrame(29, 5, vf24Bit, 6);
-  const IFQImageBuffer mapped = colour.Run(rgb);
-  for (int y = 0; y < 5; ++y)
-    for (int x = 0; x < 29; ++x) {
-      const auto a = PixelAt(rgb, x, y), b = PixelAt(mapped, x, y);
-      ASSERT_EQ(b[0], a[0]);
-      ASSERT_EQ(b[1], a[1]);
-      ASSERT_EQ(b[2], Inverted(a[2]));
-    }
+  EXPECT_TRUE(
+      SameFrame(colour.Run(rgb), test::MapPixels(rgb, [](auto& px) { px[2] = Inverted(px[2]); }), &why))
+      << why;
 }
 
 // Step mode on 32-bit frames: empty channels fall to 0 (the default curve
@@ -117,16 +92,11 @@ TEST(ColorLookup, StepMapsFourthByteAndEmptiesChannelsToZero) {
   c.Table(3).Add(0, 7);
   c.Table(3).Add(256, 7);
   const IFQImageBuffer in = RandomFrame(19, 3, vf32Bit, 8);
-  const IFQImageBuffer out = c.Run(in);
-  ASSERT_EQ(out.GetFormat(), vf32Bit);
-  for (int y = 0; y < 3; ++y)
-    for (int x = 0; x < 19; ++x) {
-      const auto a = PixelAt(in, x, y), b = PixelAt(out, x, y);
-      EXPECT_EQ(b[0], 0);
-      EXPECT_EQ(b[1], a[1] < 128 ? 40 : 200);
-      EXPECT_EQ(b[2], 0);
-      EXPECT_EQ(b[3], 7);
-    }
+  const auto expected = test::MapPixels(in, [](auto& px) {
+    px = {0, std::uint8_t(px[1] < 128 ? 40 : 200), 0, 7};
+  });
+  std::string why;
+  EXPECT_TRUE(SameFrame(c.Run(in), expected, &why)) << why;
 }
 
 TEST(ColorLookup, SetValueReachesFramesOnlyAfterTheTableIsResorted) {
@@ -218,34 +188,18 @@ TEST(ColorLookup, ColorChannelsReadBackWithLevelsAndValuesExchanged) {
 // every frame must be wholly inverted (linear) or wholly 255 (step).
 TEST(ColorLookup, PropertyChangedWhileFramesFlowIsSeenWhole) {
   Chain c;
-  c.Mode(clmLinear);
-  c.Table(0).Add(0, 255);
-  c.Table(0).Add(256, 0);
+  c.Invert(0);
   const IFQImageBuffer in = RandomFrame(48, 16, vfGrey, 12);
-  std::atomic<bool> stop{false};
-  std::thread writer([&] {
-    for (int i = 0; !stop.load(); ++i) {
-      c.Mode(i % 2 == 0 ? clmStep : clmLinear);
-      c.Table(0).SetLevel(1, 256);
-      std::this_thread::yield();
-    }
-  });
-  int inverted = 0, held = 0;
-  for (int f = 0; f < 300; ++f) {
-    const IFQImageBuffer out = c.Run(in);
-    bool allInverted = true, allHeld = true;
-    for (int y = 0; y < 16; ++y)
-      for (int x = 0; x < 48; ++x) {
-        const int b = PixelAt(out, x, y)[0];
-        allInverted = allInverted && b == Inverted(PixelAt(in, x, y)[0]);
-        allHeld = allHeld && b == 255;
-      }
-    ASSERT_TRUE(allInverted || allHeld) << "frame " << f << " mixes two settings";
-    (allInverted ? inverted : held)++;
-  }
-  stop = true;
-  writer.join();
-  EXPECT_EQ(inverted + held, 300);
+  const auto inverted = test::MapPixels(in, [](auto& px) { px[0] = Inverted(px[0]); });
+  const auto held = test::SolidFrame(48, 16, vfGrey, FQRGB(255, 255, 255));
+  EXPECT_EQ(test::MixedFrames(c, in, 300,
+                              [&](int i) {
+                                c.Mode(i % 2 == 0 ? clmStep : clmLinear);
+                                c.Table(0).SetLevel(1, 256);
+                                std::this_thread::yield();
+                              },
+                              {inverted, held}),
+            0);
 }
 
 } // namespace

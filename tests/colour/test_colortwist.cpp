@@ -1,10 +1,7 @@
 // labels: threaded
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
-#include <cstring>
-#include <thread>
 
 #include "filters/colour/fqcolortwist.h"
 #include "frame/fqendpoints.h"
@@ -29,17 +26,10 @@ void SetAll(TFQColorTwists& twists, const Rows& m) {
 
 // Each output byte from a byte permutation (or a constant) of the input.
 IFQImageBuffer Mapped(const IFQImageBuffer& in, int (*byte)(const std::vector<std::uint8_t>&, int)) {
-  IFQImageBuffer out = IFQImageBuffer::Create(in.GetWidth(), in.GetHeight(), in.GetFormat());
-  const int bpp = in.GetBytesPerPixel();
-  for (int y = 0; y < in.GetHeight(); ++y)
-    for (int x = 0; x < in.GetWidth(); ++x) {
-      auto px = PixelAt(in, x, y);
-      const auto src = px;
-      for (int k = 0; k < 3; ++k) px[k] = static_cast<std::uint8_t>(byte(src, k));
-      std::memcpy(out.GetModifyPointer() + static_cast<long>(y) * out.GetLineStep() + x * bpp, px.data(),
-                  static_cast<size_t>(bpp));
-    }
-  return out;
+  return test::MapPixels(in, [&](std::vector<std::uint8_t>& px) {
+    const auto src = px;
+    for (int k = 0; k < 3; ++k) px[k] = static_cast<std::uint8_t>(byte(src, k));
+  });
 }
 
 const Rows kIdentity = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}};
@@ -107,16 +97,10 @@ TEST(ColorTwist, MatrixSetFromAnotherThreadIsSeenWhole) {
   chain.filter->SetColorTwists(identity);
   const auto in = RandomFrame(72, 16, vf24Bit, 8);
   const auto wantSwap = Mapped(in, [](const auto& s, int k) { return int(s[2 - k]); });
-  std::atomic<bool> stop{false};
-  std::thread setter([&] {
-    for (int i = 0; !stop.load(); ++i) chain.filter->SetColorTwists(i % 2 ? identity : swap);
-  });
-  for (int i = 0; i < 300; ++i) {
-    const auto out = chain.Run(in);
-    ASSERT_TRUE(SameFrame(out, in) || SameFrame(out, wantSwap)) << "frame " << i << " mixes the matrices";
-  }
-  stop = true;
-  setter.join();
+  EXPECT_EQ(test::MixedFrames(chain, in, 300,
+                              [&](int i) { chain.filter->SetColorTwists(i % 2 ? identity : swap); },
+                              {in, wantSwap}),
+            0);
   chain.filter->SetColorTwists(swap);
   EXPECT_TRUE(SameFrame(chain.Run(in), wantSwap));
 }

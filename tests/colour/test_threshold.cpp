@@ -1,10 +1,7 @@
 // labels: threaded
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstring>
-#include <functional>
-#include <thread>
 
 #include "filters/colour/fqthreshold.h"
 #include "frame/fqendpoints.h"
@@ -27,23 +24,15 @@ struct Rule {
 // The rule worked byte by byte: colour byte k (red first) against pixel
 // byte k; alpha untouched.
 IFQImageBuffer Expected(const IFQImageBuffer& in, Rule top, Rule bottom) {
-  IFQImageBuffer out = IFQImageBuffer::Create(in.GetWidth(), in.GetHeight(), in.GetFormat());
-  const int bpp = in.GetBytesPerPixel();
-  for (int y = 0; y < in.GetHeight(); ++y)
-    for (int x = 0; x < in.GetWidth(); ++x) {
-      auto px = PixelAt(in, x, y);
-      for (int k = 0; k < 3; ++k) {
-        const int shift = 8 * k;
-        const int v = px[k];
-        if (bottom.enabled && v < static_cast<int>((bottom.threshold >> shift) & 0xff))
-          px[k] = static_cast<std::uint8_t>(bottom.value >> shift);
-        else if (top.enabled && v > static_cast<int>((top.threshold >> shift) & 0xff))
-          px[k] = static_cast<std::uint8_t>(top.value >> shift);
-      }
-      std::memcpy(out.GetModifyPointer() + static_cast<long>(y) * out.GetLineStep() + x * bpp, px.data(),
-                  static_cast<size_t>(bpp));
+  return test::MapPixels(in, [&](std::vector<std::uint8_t>& px) {
+    for (int k = 0; k < 3; ++k) {
+      const int shift = 8 * k;
+      if (bottom.enabled && px[k] < static_cast<int>((bottom.threshold >> shift) & 0xff))
+        px[k] = static_cast<std::uint8_t>(bottom.value >> shift);
+      else if (top.enabled && px[k] > static_cast<int>((top.threshold >> shift) & 0xff))
+        px[k] = static_cast<std::uint8_t>(top.value >> shift);
     }
-  return out;
+  });
 }
 
 void Apply(TFQThresholdValue& v, Rule r) {
@@ -54,8 +43,6 @@ void Apply(TFQThresholdValue& v, Rule r) {
 
 TEST(Threshold, DefaultsClipAbove128ToBlack) {
   Chain chain;
-  EXPECT_EQ(chain.filter->ThresholdTop().GetThreshold(), 0x808080u);
-  EXPECT_EQ(chain.filter->ThresholdBottom().GetThreshold(), 0u);
   auto in = IFQImageBuffer::Create(4, 1, vf24Bit);
   const std::uint8_t bytes[12] = {129, 128, 0, 255, 127, 1, 128, 129, 128, 0, 0, 0};
   std::memcpy(in.GetWritePointer(), bytes, sizeof bytes);
@@ -132,16 +119,10 @@ TEST(Threshold, RuleSetFromAnotherThreadIsSeenWhole) {
   chain.filter->SetThresholdTop(ruleA);
   const auto in = RandomFrame(96, 24, vf32Bit, 5);
   const auto wantA = Expected(in, a, bottom), wantB = Expected(in, b, bottom);
-  std::atomic<bool> stop{false};
-  std::thread setter([&] {
-    for (int i = 0; !stop.load(); ++i) chain.filter->SetThresholdTop(i % 2 ? ruleA : ruleB);
-  });
-  for (int i = 0; i < 300; ++i) {
-    const auto out = chain.Run(in);
-    ASSERT_TRUE(SameFrame(out, wantA) || SameFrame(out, wantB)) << "frame " << i << " mixes the rules";
-  }
-  stop = true;
-  setter.join();
+  EXPECT_EQ(test::MixedFrames(chain, in, 300,
+                              [&](int i) { chain.filter->SetThresholdTop(i % 2 ? ruleA : ruleB); },
+                              {wantA, wantB}),
+            0);
   chain.filter->SetThresholdTop(ruleB);
   EXPECT_TRUE(SameFrame(chain.Run(in), wantB));
 }

@@ -38,11 +38,8 @@ protected:
 };
 
 TEST(MatrixFilter, NeighbourhoodsStayInsideTheFrameAndAlphaIsCarried) {
-  auto source = Make<TFQImageSource>();
-  auto filter = Make<TNeighbourSum>();
-  auto grabber = Make<TFQImageGrabber>();
-  source->OutputPin.Connect(filter->InputPin);
-  filter->OutputPin.Connect(grabber->InputPin);
+  test::FilterChain<TNeighbourSum> chain;
+  auto& filter = chain.filter;
   filter->MatrixSize.SetWidth(3);
   filter->MatrixSize.SetHeight(2); // anchor (1, 1): one row above, none below
   EXPECT_EQ(filter->changes, 1);
@@ -51,27 +48,19 @@ TEST(MatrixFilter, NeighbourhoodsStayInsideTheFrameAndAlphaIsCarried) {
   EXPECT_EQ(filter->GetAnchor(), (TPoint{1, 1}));
 
   const auto in = RandomFrame(6, 4, vf32Bit, 11);
-  source->StartStream(6, 4, vf32Bit, 0);
-  source->Push(in);
-  const auto out = grabber->GetLastFrame();
-  for (int y = 0; y < 4; ++y)
-    for (int x = 0; x < 6; ++x) {
-      const bool filtered = x >= 1 && x <= 4 && y >= 1; // border: 1 column each side, the top row
-      auto expect = PixelAt(in, x, y);
-      if (filtered) {
-        unsigned sum = 0;
-        for (int j = -1; j <= 0; ++j)
-          for (int i = -1; i <= 1; ++i) sum += PixelAt(in, x + i, y + j)[0];
-        expect = {static_cast<std::uint8_t>(sum), static_cast<std::uint8_t>(sum),
-                  static_cast<std::uint8_t>(sum), PixelAt(in, x, y)[3]};
-      }
-      ASSERT_EQ(PixelAt(out, x, y), expect) << x << "," << y;
-    }
+  const auto expected = test::MapPixels(in, [&](std::vector<std::uint8_t>& px, int x, int y) {
+    if (x < 1 || x > 4 || y < 1) return; // border: 1 column each side, the top row
+    unsigned sum = 0;
+    for (int j = -1; j <= 0; ++j)
+      for (int i = -1; i <= 1; ++i) sum += PixelAt(in, x + i, y + j)[0];
+    std::fill_n(px.begin(), 3, static_cast<std::uint8_t>(sum));
+  });
+  std::string why;
+  EXPECT_TRUE(test::SameFrame(chain.Run(in), expected, &why)) << why;
 
   // A matrix larger than the frame leaves it untouched.
   filter->MatrixSize.SetWidth(9);
-  source->Push(in);
-  EXPECT_TRUE(test::SameFrame(grabber->GetLastFrame(), in));
+  EXPECT_TRUE(test::SameFrame(chain.Run(in), in));
 }
 
 // Output twice the input's width: a transform whose bounding box grows.
@@ -91,11 +80,8 @@ protected:
 };
 
 TEST(GeometricFilter, OutputSizeFollowsTheBoundingRectAndIsReannounced) {
-  auto source = Make<TFQImageSource>();
-  auto widen = Make<TWiden>();
-  auto grabber = Make<TFQImageGrabber>();
-  source->OutputPin.Connect(widen->InputPin);
-  widen->OutputPin.Connect(grabber->InputPin);
+  test::FilterChain<TWiden> chain;
+  auto& [source, widen, grabber] = chain;
   widen->SetBackgroundColor(FQRGB(1, 2, 3));
   source->StartStream(10, 5, vf24Bit, 0);
   EXPECT_EQ(grabber->GetStreamInfo().Width, 20);

@@ -138,37 +138,23 @@ TEST(FrameFlow, RegionOfInterestIsClippedToTheFrame) {
   };
   for (TFQVideoFormat format : {vfGrey, vf24Bit, vf32Bit})
     for (const RoiCase& c : cases) {
-      auto source = Make<TFQImageSource>();
-      auto paint = Make<TPaintROI>();
-      auto grabber = Make<TFQImageGrabber>();
-      source->OutputPin.Connect(paint->InputPin);
-      paint->OutputPin.Connect(grabber->InputPin);
-      if (std::string(c.name) != "off") paint->ROI.SetRect(c.x, c.y, c.w, c.h);
+      test::FilterChain<TPaintROI> chain;
+      if (std::string(c.name) != "off") chain.filter->ROI.SetRect(c.x, c.y, c.w, c.h);
       const auto in = RandomFrame(8, 5, format, 3);
-      source->StartStream(8, 5, format, 0);
-      source->Push(in);
-      const auto out = grabber->GetLastFrame();
-      for (int y = 0; y < 5; ++y)
-        for (int x = 0; x < 8; ++x) {
-          const bool inside =
-              x >= c.painted.Left && x < c.painted.Right && y >= c.painted.Top && y < c.painted.Bottom;
-          auto expect = PixelAt(in, x, y);
-          if (inside)
-            for (size_t i = 0; i < std::min<size_t>(expect.size(), 3); ++i) expect[i] = 200;
-          ASSERT_EQ(PixelAt(out, x, y), expect)
-              << c.name << " format " << int(format) << " at " << x << "," << y;
-        }
+      const auto expected = test::MapPixels(in, [&](std::vector<std::uint8_t>& px, int x, int y) {
+        if (x >= c.painted.Left && x < c.painted.Right && y >= c.painted.Top && y < c.painted.Bottom)
+          std::fill_n(px.begin(), std::min<size_t>(px.size(), 3), 200);
+      });
+      std::string why;
+      EXPECT_TRUE(SameFrame(chain.Run(in), expected, &why))
+          << c.name << " format " << int(format) << ": " << why;
     }
 }
 
 TEST(FrameFlow, CallerTickedGeneratorMakesOneFramePerTick) {
-  auto clock = Make<TFQTickClock>();
-  auto gen = Make<TCountingGen>();
-  auto grabber = Make<TFQImageGrabber>();
+  test::GenChain<TCountingGen> chain(16, 8);
+  auto& [clock, gen, grabber] = chain;
   grabber->SetKeepCount(10);
-  clock->OutputPin.Connect(gen->ClockPin);
-  gen->OutputPin.Connect(grabber->InputPin);
-  gen->SetImageSize(16, 8);
   gen->SetRate(50);
   gen->Start();
   EXPECT_EQ(grabber->GetStreamInfo().Interval, 200000);
@@ -193,12 +179,8 @@ TEST(FrameFlow, CallerTickedGeneratorMakesOneFramePerTick) {
 }
 
 TEST(FrameFlow, GeneratorReannouncesWhenItsSizeChanges) {
-  auto clock = Make<TFQTickClock>();
-  auto gen = Make<TCountingGen>();
-  auto grabber = Make<TFQImageGrabber>();
-  clock->OutputPin.Connect(gen->ClockPin);
-  gen->OutputPin.Connect(grabber->InputPin);
-  gen->SetImageSize(0, -5); // clamped to 1 x 1
+  test::GenChain<TCountingGen> chain(0, -5); // clamped to 1 x 1
+  auto& [clock, gen, grabber] = chain;
   EXPECT_EQ(gen->GetImageSize(), (SIZE{1, 1}));
   gen->format = vf32Bit;
   grabber->Start(); // a start request reaches the generator
@@ -226,32 +208,24 @@ TEST(FrameFlow, MasterPumpsPullFramesInPullMode) {
   gen->Stop();
 }
 
-TEST(FrameFlow, OwnClockRunsUntilStopAndNothingArrivesAfter) {
-  auto gen = Make<TCountingGen>();
-  auto grabber = Make<TFQImageGrabber>();
-  gen->OutputPin.Connect(grabber->InputPin);
-  gen->SetRate(200);
-  gen->Start();
-  EXPECT_TRUE(grabber->WaitForFrames(3, 5s));
-  gen->Stop();
-  const long long n = grabber->GetFrameCount();
-  std::this_thread::sleep_for(30ms);
-  EXPECT_EQ(grabber->GetFrameCount(), n);
-  EXPECT_EQ(grabber->GetStopCount(), 1);
-}
-
-TEST(FrameFlow, ClockThreadFramesFlowWhileTheGeneratorIsDestroyed) {
-  auto grabber = Make<TFQImageGrabber>();
-  {
+// Its own clock thread runs until Stop, or until the generator is destroyed
+// while running; no frame arrives after either.
+TEST(FrameFlow, OwnClockRunsUntilStopOrDestruction) {
+  for (const bool destroy : {false, true}) {
+    auto grabber = Make<TFQImageGrabber>();
     auto gen = Make<TCountingGen>();
     gen->OutputPin.Connect(grabber->InputPin);
-    gen->SetRate(1000);
+    gen->SetRate(destroy ? 1000 : 200);
     gen->Start();
-    grabber->WaitForFrames(2, 5s);
-  } // destroyed while running: stops its clock first
-  const long long n = grabber->GetFrameCount();
-  std::this_thread::sleep_for(20ms);
-  EXPECT_EQ(grabber->GetFrameCount(), n);
+    EXPECT_TRUE(grabber->WaitForFrames(3, 5s));
+    destroy ? gen.reset() : gen->Stop();
+    const long long n = grabber->GetFrameCount();
+    std::this_thread::sleep_for(30ms);
+    EXPECT_EQ(grabber->GetFrameCount(), n) << "destroyed: " << destroy;
+    if (!destroy) {
+      EXPECT_EQ(grabber->GetStopCount(), 1);
+    }
+  }
 }
 
 // Generates a 32-bit frame of one colour alone; over an input, paints the
@@ -276,12 +250,8 @@ protected:
 };
 
 TEST(FrameFlow, RoiGenFilterGeneratesWhileItsInputIsUnconnected) {
-  auto clock = Make<TFQTickClock>();
-  auto gen = Make<TGenOrPaint>();
-  auto grabber = Make<TFQImageGrabber>();
-  clock->OutputPin.Connect(gen->ClockPin);
-  gen->OutputPin.Connect(grabber->InputPin);
-  gen->SetImageSize(5, 4);
+  test::GenChain<TGenOrPaint> chain(5, 4);
+  auto& [clock, gen, grabber] = chain;
   grabber->Start(); // no input: the request starts the generator
   ASSERT_TRUE(gen->IsGenerating());
   clock->Tick();
@@ -310,11 +280,8 @@ TEST(FrameFlow, RoiGenFilterGeneratesWhileItsInputIsUnconnected) {
 // Starts and stops race clock events and each other; every stream the
 // grabber sees must be well formed: frames only between a start and a stop.
 TEST(FrameFlow, StartStopRaceClockEvents) {
-  auto clock = Make<TFQTickClock>();
-  auto gen = Make<TCountingGen>();
-  auto grabber = Make<TFQImageGrabber>();
-  clock->OutputPin.Connect(gen->ClockPin);
-  gen->OutputPin.Connect(grabber->InputPin);
+  test::GenChain<TCountingGen> chain(16, 8);
+  auto& [clock, gen, grabber] = chain;
   std::atomic<bool> bad{false}, done{false};
   grabber->SetOnFrame([&](const IFQImageBuffer&) {
     if (!grabber->GetStreamInfo().Running) bad = true;
@@ -344,20 +311,10 @@ TEST(FrameFlow, ConnectDisconnectAndSetWhileFramesFlow) {
   auto grabber = Make<TFQImageGrabber>();
   source->OutputPin.Connect(mirror->InputPin);
   const auto in = RandomFrame(24, 16, vf24Bit, 4);
-  IFQImageBuffer flippedH, flippedV;
-  {
-    auto m = Make<TFQMirror>();
-    auto g = Make<TFQImageGrabber>();
-    auto s = Make<TFQImageSource>();
-    s->OutputPin.Connect(m->InputPin);
-    m->OutputPin.Connect(g->InputPin);
-    s->StartStream(24, 16, vf24Bit, 0);
-    s->Push(in);
-    flippedH = g->GetLastFrame();
-    m->SetMirrorType(mtVertical);
-    s->Push(in);
-    flippedV = g->GetLastFrame();
-  }
+  test::FilterChain<TFQMirror> model;
+  const IFQImageBuffer flippedH = model.Run(in);
+  model.filter->SetMirrorType(mtVertical);
+  const IFQImageBuffer flippedV = model.Run(in);
   std::atomic<bool> bad{false};
   grabber->SetOnFrame([&](const IFQImageBuffer& f) {
     if (!SameFrame(f, flippedH) && !SameFrame(f, flippedV)) bad = true;

@@ -64,10 +64,7 @@ TEST(FireSimulator, ZeroSpanBurnsNothing) {
 TEST(FireSimulator, PaletteEnds) {
   Sim s;
   const auto& p = s.sim.GetPalette();
-  EXPECT_EQ(p[255].Red, 255);
-  EXPECT_EQ(p[255].Green, 255);
-  EXPECT_EQ(p[255].Blue, 255);
-  EXPECT_EQ(p[255].Alpha, 255);
+  EXPECT_TRUE(p[255].Red == 255 && p[255].Green == 255 && p[255].Blue == 255 && p[255].Alpha == 255);
   EXPECT_EQ(p[63].Alpha, 0);
   EXPECT_EQ(p[64].Alpha, 3);
   EXPECT_EQ(p[0].Red, 0);
@@ -156,106 +153,72 @@ TEST(FireSimulator, SmoothingLeavesBlueAndBorder) {
   EXPECT_GT(smoothed, 0);
 }
 
-struct FireChain {
-  TPWOwned<TFQTickClock> clock = Make<TFQTickClock>();
-  TPWOwned<TFQFire> fire = Make<TFQFire>();
-  TPWOwned<TFQImageGrabber> grabber = Make<TFQImageGrabber>();
-  FireChain() {
-    EXPECT_TRUE(clock->OutputPin.Connect(fire->ClockPin));
-    EXPECT_TRUE(fire->OutputPin.Connect(grabber->InputPin));
-    fire->SetImageSize(64, 48);
-  }
-};
-
 TEST(Fire, GeneratesRepeatableFramesFromASeed) {
-  std::vector<IFQImageBuffer> runs[2];
-  for (auto& frames : runs) {
-    FireChain c;
-    c.fire->GetSmooth().SetEnabled(false);
+  IFQImageBuffer runs[2];
+  for (auto& last : runs) {
+    test::GenChain<TFQFire> c(64, 48);
+    c.gen->GetSmooth().SetEnabled(false);
     FQRandSeed(42);
-    c.fire->Start();
-    for (int i = 0; i < 40; ++i) c.clock->Tick();
-    c.fire->Stop();
-    frames.push_back(c.grabber->GetLastFrame());
-    EXPECT_EQ(frames.back().GetFormat(), vf32Bit);
+    last = c.Frames(40).back();
+    EXPECT_EQ(last.GetFormat(), vf32Bit);
     // The palette alpha reaches the output.
-    bool opaque = false;
-    for (int x = 0; x < 64; ++x) opaque |= PixelAt(frames.back(), x, 47)[3] > 0;
-    EXPECT_TRUE(opaque);
+    EXPECT_GT(test::CountPixels(last, [](const auto& px, int, int y) { return y == 47 && px[3] > 0; }), 0);
   }
   std::string why;
-  EXPECT_TRUE(SameFrame(runs[0][0], runs[1][0], &why)) << why;
+  EXPECT_TRUE(SameFrame(runs[0], runs[1], &why)) << why;
 }
 
 // As a filter, fully transparent fire leaves the frame as it was; an
 // opaque one changes it only inside the region of interest.
 TEST(Fire, FilterCompositesInsideTheRegion) {
-  auto source = Make<TFQImageSource>();
-  auto fire = Make<TFQFire>();
-  auto grabber = Make<TFQImageGrabber>();
-  ASSERT_TRUE(source->OutputPin.Connect(fire->InputPin));
-  ASSERT_TRUE(fire->OutputPin.Connect(grabber->InputPin));
+  test::FilterChain<TFQFire> chain;
+  auto& fire = chain.filter;
   fire->SetTransparency(100);
   // Opaque frames: ATop keeps a frame's colours only where it is opaque.
   IFQImageBuffer in = RandomFrame(40, 30, vf24Bit, 3);
   in.SetFormat(vf32Bit);
   IFQImageBuffer opaqueIn = IFQImageBuffer::Create(40, 30, vf32Bit);
   opaqueIn.FillColor(0xff102030u, 0);
-  source->StartStream(40, 30, vf32Bit, 400000);
-  for (int i = 0; i < 5; ++i) source->Push(in);
-  std::string why;
-  EXPECT_TRUE(SameFrame(grabber->GetLastFrame(), in, &why)) << why;
+  for (int i = 0; i < 5; ++i) {
+    std::string why;
+    EXPECT_TRUE(SameFrame(chain.Run(in), in, &why)) << why;
+  }
   fire->SetTransparency(0);
   fire->SetIterations(40);
   fire->ROI.SetRect(0, 10, 40, 20);
-  source->Push(opaqueIn);
-  const IFQImageBuffer out = grabber->GetLastFrame();
-  bool changed = false;
-  for (int y = 0; y < 30; ++y)
-    for (int x = 0; x < 40; ++x) {
-      const auto px = PixelAt(out, x, y), orig = PixelAt(opaqueIn, x, y);
-      if (y < 10) {
-        ASSERT_EQ(px, orig) << x << "," << y;
-      }
-      ASSERT_EQ(px[3], 255); // the frame's alpha is kept
-      changed |= px != orig;
-    }
-  EXPECT_TRUE(changed);
-  source->StopStream();
+  const IFQImageBuffer out = chain.Run(opaqueIn);
+  auto changed = [&](const auto& px, int x, int y) { return px != PixelAt(opaqueIn, x, y); };
+  EXPECT_EQ(test::CountPixels(out, [&](const auto& px, int x, int y) { return y < 10 && changed(px, x, y); }),
+            0);
+  EXPECT_GT(test::CountPixels(out, changed), 0);
+  // The frame's alpha is kept.
+  EXPECT_EQ(test::CountPixels(out, [](const auto& px) { return px[3] == 255; }), 40 * 30);
 }
 
 // Another thread flips the palette family while frames flow: each frame is
 // coloured by one palette, never a mix.
 TEST(Fire, PropertiesChangeBetweenFramesOnly) {
-  FireChain c;
-  c.fire->GetSmooth().SetEnabled(false);
-  c.fire->SetIterations(5);
+  test::GenChain<TFQFire> c(64, 48);
+  c.gen->GetSmooth().SetEnabled(false);
+  c.gen->SetIterations(5);
   c.grabber->SetKeepCount(400);
-  c.fire->Start();
+  c.gen->Start();
   std::atomic<bool> done{false};
   std::thread setter([&] {
     for (int i = 0; !done.load(); ++i) {
-      c.fire->SetFireColor(i % 2 != 0 ? fcBlue : fcRed);
-      c.fire->SetWind(i % 21 - 10);
-      c.fire->Spark(1, 3);
-      c.fire->PourWaterAt(static_cast<std::uint32_t>(i % 64), 2);
+      c.gen->SetFireColor(i % 2 != 0 ? fcBlue : fcRed);
+      c.gen->SetWind(i % 21 - 10);
+      c.gen->Spark(1, 3);
+      c.gen->PourWaterAt(static_cast<std::uint32_t>(i % 64), 2);
       std::this_thread::yield();
     }
   });
   for (int i = 0; i < 300; ++i) c.clock->Tick();
   done = true;
   setter.join();
-  c.fire->Stop();
-  for (const IFQImageBuffer& f : c.grabber->GetFrames()) {
-    bool redder = false, bluer = false;
-    for (int y = 0; y < f.GetHeight(); ++y)
-      for (int x = 0; x < f.GetWidth(); ++x) {
-        const auto px = PixelAt(f, x, y);
-        redder |= px[2] > px[0];
-        bluer |= px[0] > px[2];
-      }
-    ASSERT_FALSE(redder && bluer);
-  }
+  c.gen->Stop();
+  const auto frames = c.grabber->GetFrames();
+  EXPECT_EQ(std::count_if(frames.begin(), frames.end(), test::MixesRedAndBlue), 0);
 }
 
 } // namespace

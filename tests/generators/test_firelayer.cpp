@@ -25,10 +25,7 @@ IFQImageBuffer Mask(const IZNDrawItem& item, int w, int h) {
 }
 bool In(const IFQImageBuffer& grey, int x, int y) { return PixelAt(grey, x, y)[0] == 255; }
 int Area(const IFQImageBuffer& grey) {
-  int n = 0;
-  for (int y = 0; y < grey.GetHeight(); ++y)
-    for (int x = 0; x < grey.GetWidth(); ++x) n += In(grey, x, y);
-  return n;
+  return test::CountPixels(grey, [](const auto& px) { return px[0] == 255; });
 }
 
 TEST(DrawItems, ShapesFillByPixelCentres) {
@@ -98,64 +95,42 @@ TEST(FireLayer, OutlineIsColumnEntriesAndLastExit) {
             (std::vector<TPoint>{{0, 1}, {0, 8}, {1, 1}, {1, 6}, {1, 8}, {2, 1}, {2, 6}, {2, 8}}));
 }
 
-struct Chain {
-  TPWOwned<TFQImageSource> source = Make<TFQImageSource>();
-  TPWOwned<TFQFireLayer> layer = Make<TFQFireLayer>();
-  TPWOwned<TFQImageGrabber> grabber = Make<TFQImageGrabber>();
-  Chain() {
-    EXPECT_TRUE(source->OutputPin.Connect(layer->InputPin));
-    EXPECT_TRUE(layer->OutputPin.Connect(grabber->InputPin));
-  }
-};
+using Chain = test::FilterChain<TFQFireLayer>;
 
-TEST(FireLayer, DefaultsAndFeedingInItemOrder) {
+TEST(FireLayer, FeedingInItemOrder) {
   Chain c;
-  EXPECT_EQ(c.layer->GetLeftOffset(), 0u);
-  EXPECT_EQ(c.layer->GetRightOffset(), 0u);
-  TPWPropertyList props = PWDeclaredProperties(*c.layer);
-  ASSERT_NE(props.Find("LeftOffset"), nullptr);
-  EXPECT_EQ(std::get<std::int64_t>(*props.Find("LeftOffset")->Default), 0);
-  ASSERT_NE(props.Find("Smooth"), nullptr);
-  ASSERT_NE(props.Find("HeatLimit"), nullptr);
-
   // Cached outlines are used as they are; disabled items add nothing.
-  auto& cached = c.layer->AddItem<TZNDrawRectangle>();
+  auto& cached = c.filter->AddItem<TZNDrawRectangle>();
   cached.SetBounds(0, 0, 40, 30);
   cached.SetContours({{5, 5}, {6, 6}});
-  auto& off = c.layer->AddItem<TZNDrawEllipse>();
+  auto& off = c.filter->AddItem<TZNDrawEllipse>();
   off.SetBounds(0, 0, 40, 30);
   off.SetEnabled(false);
-  c.layer->AddItem<TZNDrawRectangle>().SetBounds(10, 20, 2, 3);
-  EXPECT_EQ(c.layer->GetItemCount(), 3);
-  c.source->StartStream(40, 30, vf24Bit, 400000);
-  ASSERT_TRUE(c.source->Push(RandomFrame(40, 30, vf24Bit, 1)));
-  EXPECT_EQ(c.grabber->GetLastFrame().GetFormat(), vf32Bit);
+  c.filter->AddItem<TZNDrawRectangle>().SetBounds(10, 20, 2, 3);
+  EXPECT_EQ(c.filter->GetItemCount(), 3);
+  EXPECT_EQ(c.Run(RandomFrame(40, 30, vf24Bit, 1)).GetFormat(), vf32Bit);
   {
-    TPWLockHold hold = c.layer->GetLock().Read();
-    EXPECT_EQ(c.layer->Simulator().ContourPoints(),
+    TPWLockHold hold = c.filter->GetLock().Read();
+    EXPECT_EQ(c.filter->Simulator().ContourPoints(),
               (std::vector<TPoint>{{5, 5}, {6, 6}, {10, 20}, {10, 22}, {11, 20}, {11, 22}}));
   }
-  EXPECT_TRUE(c.layer->RemoveItem(off));
-  EXPECT_FALSE(c.layer->RemoveItem(off));
-  EXPECT_EQ(c.layer->GetItemCount(), 2);
-  c.source->StopStream();
+  EXPECT_TRUE(c.filter->RemoveItem(off));
+  EXPECT_FALSE(c.filter->RemoveItem(off));
+  EXPECT_EQ(c.filter->GetItemCount(), 2);
 }
 
 // Shapes outside the frame give no outline: the frame passes unchanged.
 TEST(FireLayer, ItemsWithoutPointsDrawNothing) {
   Chain c;
-  c.layer->SetIterations(30);
-  c.layer->AddItem<TZNDrawRectangle>().SetBounds(100, 100, 20, 20);
-  c.layer->AddItem<TZNDrawEllipse>(); // empty box
+  c.filter->SetIterations(30);
+  c.filter->AddItem<TZNDrawRectangle>().SetBounds(100, 100, 20, 20);
+  c.filter->AddItem<TZNDrawEllipse>(); // empty box
   IFQImageBuffer in = RandomFrame(32, 24, vf24Bit, 7);
   in.SetFormat(vf32Bit);
-  c.source->StartStream(32, 24, vf32Bit, 400000);
   for (int i = 0; i < 10; ++i) {
-    ASSERT_TRUE(c.source->Push(in));
     std::string why;
-    ASSERT_TRUE(SameFrame(c.grabber->GetLastFrame(), in, &why)) << why;
+    ASSERT_TRUE(SameFrame(c.Run(in), in, &why)) << why;
   }
-  c.source->StopStream();
 }
 
 // Without items the layer is the plain fire (offsets 0) over the frame,
@@ -166,28 +141,15 @@ TEST(FireLayer, NoItemsBurnsLikeThePlainFire) {
   in.FillColor(0xff203040u, 0);
   std::vector<IFQImageBuffer> fire, layer;
   {
-    auto source = Make<TFQImageSource>();
-    auto f = Make<TFQFire>();
-    auto grabber = Make<TFQImageGrabber>();
-    ASSERT_TRUE(source->OutputPin.Connect(f->InputPin));
-    ASSERT_TRUE(f->OutputPin.Connect(grabber->InputPin));
-    f->SetLeftOffset(0);
-    f->SetRightOffset(0);
-    grabber->SetKeepCount(50);
-    source->StartStream(48, 36, vf32Bit, 400000);
+    test::FilterChain<TFQFire> plain;
+    plain.filter->SetLeftOffset(0);
+    plain.filter->SetRightOffset(0);
     FQRandSeed(9);
-    for (int i = 0; i < 40; ++i) source->Push(in);
-    source->StopStream();
-    fire = grabber->GetFrames();
+    for (int i = 0; i < 40; ++i) fire.push_back(plain.Run(in));
   }
   Chain c;
-  c.grabber->SetKeepCount(50);
-  c.source->StartStream(48, 36, vf32Bit, 400000);
   FQRandSeed(9);
-  for (int i = 0; i < 40; ++i) c.source->Push(in);
-  layer = c.grabber->GetFrames();
-  ASSERT_EQ(fire.size(), 40u);
-  ASSERT_EQ(layer.size(), 40u);
+  for (int i = 0; i < 40; ++i) layer.push_back(c.Run(in));
   bool changed = false;
   for (std::size_t i = 0; i < fire.size(); ++i) {
     std::string why;
@@ -196,26 +158,25 @@ TEST(FireLayer, NoItemsBurnsLikeThePlainFire) {
   }
   EXPECT_TRUE(changed);
 
-  auto& ring = c.layer->AddItem<TZNDrawEllipse>();
+  auto& ring = c.filter->AddItem<TZNDrawEllipse>();
   ring.SetBounds(4, 4, 40, 28);
-  for (int i = 0; i < 10; ++i) c.source->Push(in);
-  c.layer->ClearItems();
-  for (int i = 0; i < 10; ++i) c.source->Push(in);
+  for (int i = 0; i < 10; ++i) c.Run(in);
+  c.filter->ClearItems();
+  for (int i = 0; i < 10; ++i) c.Run(in);
   {
-    TPWLockHold hold = c.layer->GetLock().Read();
-    TZNFireSimulator& sim = c.layer->Simulator();
+    TPWLockHold hold = c.filter->GetLock().Read();
+    TZNFireSimulator& sim = c.filter->Simulator();
     EXPECT_TRUE(sim.ContourPoints().empty());
     EXPECT_EQ(sim.FuelLine().size(), 48u);
   }
-  c.source->StopStream();
 }
 
 // Another thread changes the shapes and the palette family while frames
 // flow: every frame is coloured by one palette, never a mix.
 TEST(FireLayer, ItemsAndPropertiesChangeBetweenFramesOnly) {
   Chain c;
-  c.layer->GetSmooth().SetEnabled(false);
-  c.layer->SetIterations(5);
+  c.filter->GetSmooth().SetEnabled(false);
+  c.filter->SetIterations(5);
   c.grabber->SetKeepCount(300);
   IFQImageBuffer in = IFQImageBuffer::Create(40, 30, vf32Bit);
   in.FillColor(0xff000000u, 0);
@@ -223,18 +184,18 @@ TEST(FireLayer, ItemsAndPropertiesChangeBetweenFramesOnly) {
   std::atomic<bool> done{false};
   std::thread setter([&] {
     for (int i = 0; !done.load(); ++i) {
-      c.layer->SetFireColor(i % 2 != 0 ? fcBlue : fcRed);
-      if (i % 3 == 0) c.layer->AddItem<TZNDrawEllipse>().SetBounds(i % 20, 5, 20, 20);
+      c.filter->SetFireColor(i % 2 != 0 ? fcBlue : fcRed);
+      if (i % 3 == 0) c.filter->AddItem<TZNDrawEllipse>().SetBounds(i % 20, 5, 20, 20);
       if (i % 5 == 0) {
-        auto& p = c.layer->AddItem<TZNDrawPolygon>();
+        auto& p = c.filter->AddItem<TZNDrawPolygon>();
         p.SetPoints({{0, 29}, {20, i % 30}, {39, 29}});
       }
-      if (c.layer->GetItemCount() > 6) {
-        if (auto first = c.layer->GetItem(0)) c.layer->RemoveItem(*first);
+      if (c.filter->GetItemCount() > 6) {
+        if (auto first = c.filter->GetItem(0)) c.filter->RemoveItem(*first);
       }
-      if (i % 17 == 0) c.layer->ClearItems();
-      c.layer->SetWind(i % 21 - 10);
-      c.layer->Spark(1, 3);
+      if (i % 17 == 0) c.filter->ClearItems();
+      c.filter->SetWind(i % 21 - 10);
+      c.filter->Spark(1, 3);
       std::this_thread::yield();
     }
   });
@@ -245,15 +206,8 @@ TEST(FireLayer, ItemsAndPropertiesChangeBetweenFramesOnly) {
   const auto frames = c.grabber->GetFrames();
   ASSERT_EQ(frames.size(), 250u);
   for (const IFQImageBuffer& f : frames) {
-    bool redder = false, bluer = false;
-    for (int y = 0; y < f.GetHeight(); ++y)
-      for (int x = 0; x < f.GetWidth(); ++x) {
-        const auto px = PixelAt(f, x, y);
-        redder |= px[2] > px[0];
-        bluer |= px[0] > px[2];
-        ASSERT_EQ(px[3], 255);
-      }
-    ASSERT_FALSE(redder && bluer);
+    ASSERT_FALSE(test::MixesRedAndBlue(f));
+    ASSERT_EQ(test::CountPixels(f, [](const auto& px) { return px[3] == 255; }), 40 * 30); // alpha kept
   }
 }
 

@@ -14,6 +14,7 @@ namespace {
 
 using test::PixelAt;
 using test::RandomFrame;
+using test::SameFrame;
 
 int NonZeroCells(const TFQRipple& r) {
   int n = 0;
@@ -23,9 +24,6 @@ int NonZeroCells(const TFQRipple& r) {
 
 TEST(Ripple, SettersClampAndPush) {
   auto r = Make<TFQRipple>();
-  EXPECT_FLOAT_EQ(r->GetDampingFactor(), 0.07f);
-  EXPECT_EQ(r->GetSmoothing(), 8u);
-  EXPECT_EQ(r->GetInterpolationType(), itCubic);
   r->SetDampingFactor(0.0f);
   EXPECT_FLOAT_EQ(r->GetDampingFactor(), 1e-6f);
   r->SetDampingFactor(3.0f);
@@ -153,144 +151,98 @@ TEST(Ripple, RainWithEqualRadiiDropsThatRadius) {
   EXPECT_FALSE(r->IsActive());
 }
 
-struct Chain {
-  TPWOwned<TFQImageSource> source = Make<TFQImageSource>();
-  TPWOwned<TFQRipple> ripple = Make<TFQRipple>();
-  TPWOwned<TFQImageGrabber> grabber = Make<TFQImageGrabber>();
-  Chain() {
-    EXPECT_TRUE(source->OutputPin.Connect(ripple->InputPin));
-    EXPECT_TRUE(ripple->OutputPin.Connect(grabber->InputPin));
-  }
-  IFQImageBuffer Run(const IFQImageBuffer& frame) {
-    if (!source->IsStreaming())
-      source->StartStream(frame.GetWidth(), frame.GetHeight(), frame.GetFormat(), 400000);
-    EXPECT_TRUE(source->Push(frame));
-    return grabber->GetLastFrame();
-  }
-};
+using Chain = test::FilterChain<TFQRipple>;
+using test::CountPixels;
+
+// Drops a wave by hand, under the lock as the component's own rain does.
+void Drop(TFQRipple& r, int x, int y, int radius, float depth) {
+  TPWLockHold hold = r.GetLock().Write();
+  r.DropAt(x, y, radius, depth);
+}
 
 TEST(Ripple, StillWaterPassesThePictureWithoutRemap) {
   Chain chain;
-  chain.ripple->Rain.SetEnabled(false);
+  chain.filter->Rain.SetEnabled(false);
   const IFQImageBuffer in = RandomFrame(23, 17, vf24Bit, 5);
+  // The picture with a flat 127 shading in the fourth byte.
+  const IFQImageBuffer still = test::MapPixels(test::Converted(in, vf32Bit), [](auto& px) { px[3] = 127; });
   for (int i = 0; i < 3; ++i) {
-    const IFQImageBuffer out = chain.Run(in);
-    ASSERT_EQ(out.GetFormat(), vf32Bit);
-    for (int y = 0; y < 17; ++y)
-      for (int x = 0; x < 23; ++x) {
-        const auto p = PixelAt(out, x, y), q = PixelAt(in, x, y);
-        ASSERT_EQ(p, (std::vector<std::uint8_t>{q[0], q[1], q[2], 127})) << x << "," << y;
-      }
+    std::string why;
+    ASSERT_TRUE(SameFrame(chain.Run(in), still, &why)) << why;
   }
-  EXPECT_EQ(chain.ripple->GetRemapCount(), 0);
+  EXPECT_EQ(chain.filter->GetRemapCount(), 0);
 
-  {
-    TPWLockHold hold = chain.ripple->GetLock().Write();
-    chain.ripple->DropAt(11, 8, 6, 300.0f);
-  }
-  chain.ripple->SetInterpolationType(itNearestNeighbor);
+  Drop(*chain.filter, 11, 8, 6, 300.0f);
+  chain.filter->SetInterpolationType(itNearestNeighbor);
   const IFQImageBuffer out = chain.Run(in);
-  EXPECT_EQ(chain.ripple->GetRemapCount(), 1);
-  int shaded = 0, moved = 0;
-  for (int y = 0; y < 17; ++y)
-    for (int x = 0; x < 23; ++x) {
-      const auto p = PixelAt(out, x, y);
-      shaded += p[3] != 127;
-      // Nearest sampling: every colour is some input pixel's colour.
-      const auto q = PixelAt(in, x, y);
-      moved += !(p[0] == q[0] && p[1] == q[1] && p[2] == q[2]);
-    }
-  EXPECT_GT(shaded, 0);
-  EXPECT_GT(moved, 0);
+  EXPECT_EQ(chain.filter->GetRemapCount(), 1);
+  EXPECT_GT(CountPixels(out, [](const auto& p) { return p[3] != 127; }), 0); // shaded
+  EXPECT_GT(CountPixels(out,
+                        [&](const auto& p, int x, int y) { // moved
+                          return !std::equal(p.begin(), p.begin() + 3, PixelAt(in, x, y).begin());
+                        }),
+            0);
 }
 
 TEST(Ripple, ShadingStaysInsideTheRegion) {
   Chain chain;
-  chain.ripple->Rain.SetEnabled(false);
-  chain.ripple->ROI.SetRect(0, 0, 10, 17);
+  chain.filter->Rain.SetEnabled(false);
+  chain.filter->ROI.SetRect(0, 0, 10, 17);
   const IFQImageBuffer in = RandomFrame(23, 17, vf32Bit, 9);
   chain.Run(in); // starts the stream (and the field)
-  {
-    TPWLockHold hold = chain.ripple->GetLock().Write();
-    chain.ripple->DropAt(12, 8, 8, 300.0f);
-  }
+  Drop(*chain.filter, 12, 8, 8, 300.0f);
   const IFQImageBuffer out = chain.Run(in);
-  int inside = 0;
-  for (int y = 0; y < 17; ++y)
-    for (int x = 0; x < 23; ++x) {
-      const auto p = PixelAt(out, x, y);
-      if (x >= 10) {
-        ASSERT_EQ(p[3], 127) << x << "," << y;
-      } else {
-        inside += p[3] != 127;
-      }
-    }
-  EXPECT_GT(inside, 0);
+  EXPECT_GT(CountPixels(out, [](const auto& p, int x, int) { return x < 10 && p[3] != 127; }), 0);
+  EXPECT_EQ(CountPixels(out, [](const auto& p, int x, int) { return x >= 10 && p[3] != 127; }), 0);
 }
 
 TEST(Ripple, GeneratesGreyShading) {
-  auto clock = Make<TFQTickClock>();
-  auto ripple = Make<TFQRipple>();
-  auto grabber = Make<TFQImageGrabber>();
-  clock->OutputPin.Connect(ripple->ClockPin);
-  ripple->OutputPin.Connect(grabber->InputPin);
-  ripple->SetImageSize(32, 24);
-  ripple->Rain.SetEnabled(false);
-  ripple->Start();
-  clock->Tick();
-  IFQImageBuffer frame = grabber->GetLastFrame();
-  ASSERT_EQ(frame.GetFormat(), vfGrey);
-  for (int y = 0; y < 24; ++y)
-    for (int x = 0; x < 32; ++x) ASSERT_EQ(PixelAt(frame, x, y)[0], 127);
-  {
-    TPWLockHold hold = ripple->GetLock().Write();
-    ripple->DropAt(16, 12, 5, 200.0f);
-  }
-  clock->Tick();
-  frame = grabber->GetLastFrame();
+  test::GenChain<TFQRipple> chain(32, 24);
+  chain.gen->Rain.SetEnabled(false);
+  chain.gen->Start();
+  chain.clock->Tick();
+  const IFQImageBuffer flat = chain.grabber->GetLastFrame();
+  ASSERT_EQ(flat.GetFormat(), vfGrey);
+  EXPECT_EQ(CountPixels(flat, [](const auto& p) { return p[0] == 127; }), 32 * 24);
+  Drop(*chain.gen, 16, 12, 5, 200.0f);
+  chain.clock->Tick();
   // The slope from left to right: brighter where the surface falls to the right.
-  int darker = 0, brighter = 0;
-  for (int y = 0; y < 24; ++y)
-    for (int x = 0; x < 32; ++x) {
-      const int v = PixelAt(frame, x, y)[0];
-      darker += v < 127;
-      brighter += v > 127;
-    }
-  EXPECT_GT(darker, 0);
-  EXPECT_GT(brighter, 0);
-  ripple->Stop();
+  const IFQImageBuffer frame = chain.grabber->GetLastFrame();
+  EXPECT_GT(CountPixels(frame, [](const auto& p) { return p[0] < 127; }), 0);
+  EXPECT_GT(CountPixels(frame, [](const auto& p) { return p[0] > 127; }), 0);
+  chain.gen->Stop();
 }
 
 TEST(Ripple, PropertiesChangeWhileFramesFlow) {
   Chain chain;
-  chain.ripple->Rain.SetProbability(1);
+  chain.filter->Rain.SetProbability(1);
   const IFQImageBuffer in = RandomFrame(48, 32, vf32Bit, 3);
   std::atomic<bool> done{false};
   std::thread setter([&] {
     unsigned i = 0;
     while (!done.load()) {
       ++i;
-      chain.ripple->SetDampingFactor(0.01f * static_cast<float>(i % 50));
-      chain.ripple->SetSmoothing(1 + i % 16);
-      chain.ripple->SetInterpolationType(static_cast<TFQInterpolationType>(i % 3));
-      chain.ripple->Rain.SetMinRadius(1 + i % 5);
-      chain.ripple->Rain.SetMaxRadius(1 + i % 9);
-      chain.ripple->Rain.SetMaxDepth(static_cast<float>(i % 400));
-      chain.ripple->Rain.SetNumDrops(1 + i % 3);
-      chain.ripple->Rain.SetEnabled(i % 7 != 0);
-      chain.ripple->ROI.SetRect(static_cast<int>(i % 20), 0, 30, 30);
+      chain.filter->SetDampingFactor(0.01f * static_cast<float>(i % 50));
+      chain.filter->SetSmoothing(1 + i % 16);
+      chain.filter->SetInterpolationType(static_cast<TFQInterpolationType>(i % 3));
+      chain.filter->Rain.SetMinRadius(1 + i % 5);
+      chain.filter->Rain.SetMaxRadius(1 + i % 9);
+      chain.filter->Rain.SetMaxDepth(static_cast<float>(i % 400));
+      chain.filter->Rain.SetNumDrops(1 + i % 3);
+      chain.filter->Rain.SetEnabled(i % 7 != 0);
+      chain.filter->ROI.SetRect(static_cast<int>(i % 20), 0, 30, 30);
     }
   });
   for (int f = 0; f < 150; ++f) {
     const IFQImageBuffer out = chain.Run(in);
     EXPECT_EQ(out.GetFormat(), vf32Bit);
     EXPECT_EQ(out.GetSize(), (SIZE{48, 32}));
-    if (HasFailure()) break;
+    if (HasFailure()) break; // still join the setter below
   }
   done = true;
   setter.join();
   EXPECT_EQ(chain.grabber->GetFrameCount(), 150);
-  EXPECT_LE(chain.ripple->Rain.GetMinRadius(), chain.ripple->Rain.GetMaxRadius());
+  EXPECT_LE(chain.filter->Rain.GetMinRadius(), chain.filter->Rain.GetMaxRadius());
 }
 
 } // namespace

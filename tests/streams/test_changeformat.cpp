@@ -1,11 +1,7 @@
 // labels: threaded
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
-
 #include "frame/fqendpoints.h"
-#include "frame/fqregistry.h"
 #include "streams/fqchangeformat.h"
 #include "support/fqtestsupport.h"
 
@@ -15,22 +11,8 @@ namespace {
 using test::RandomFrame;
 using test::SameFrame;
 
-struct Chain {
-  TPWOwned<TFQImageSource> source = Make<TFQImageSource>();
-  TPWOwned<TFQChangeFormat> change = Make<TFQChangeFormat>();
-  TPWOwned<TFQImageGrabber> grabber = Make<TFQImageGrabber>();
-  Chain() {
-    EXPECT_TRUE(source->OutputPin.Connect(change->InputPin));
-    EXPECT_TRUE(change->OutputPin.Connect(grabber->InputPin));
-  }
-};
-
-IFQImageBuffer Converted(const IFQImageBuffer& in, TFQVideoFormat format) {
-  IFQImageBuffer out;
-  out.Assign(in);
-  out.SetFormat(format);
-  return out;
-}
+using test::Converted;
+using Chain = test::FilterChain<TFQChangeFormat>;
 
 TEST(ChangeFormat, StoresSevenAsZeroAndPublishesFormat) {
   auto change = Make<TFQChangeFormat>();
@@ -45,8 +27,6 @@ TEST(ChangeFormat, StoresSevenAsZeroAndPublishesFormat) {
   EXPECT_EQ(std::get<std::int64_t>(*format->Default), 0);
   format->Set(std::int64_t{7});
   EXPECT_EQ(change->GetFormat(), vf24Bit);
-  Fqchangeformat::Register();
-  EXPECT_TRUE(TFQRegistry::Contains("TFQChangeFormat"));
 }
 
 // Announced and delivered formats, from 32-bit and grey sources, enabled
@@ -55,7 +35,7 @@ TEST(ChangeFormat, AnnouncesAndConvertsWhileEnabledPassesWhileDisabled) {
   for (TFQVideoFormat incoming : {vf32Bit, vfGrey, vf16Bit565})
     for (TFQVideoFormat wanted : {vfGrey, vf32Bit, vf24Bit, vfAny}) {
       Chain chain;
-      chain.change->SetFormat(wanted);
+      chain.filter->SetFormat(wanted);
       const TFQVideoFormat stored = FQStoredFormat(wanted);
       chain.source->StartStream(16, 8, incoming, 400000);
       EXPECT_EQ(chain.grabber->GetStreamInfo().Format, stored);
@@ -66,7 +46,7 @@ TEST(ChangeFormat, AnnouncesAndConvertsWhileEnabledPassesWhileDisabled) {
           << int(incoming) << " -> " << int(wanted) << ": " << why;
       chain.source->StopStream();
 
-      chain.change->SetEnabled(false);
+      chain.filter->SetEnabled(false);
       chain.source->StartStream(16, 8, incoming, 400000);
       EXPECT_EQ(chain.grabber->GetStreamInfo().Format, incoming);
       ASSERT_TRUE(chain.source->Push(in));
@@ -79,26 +59,10 @@ TEST(ChangeFormat, AnnouncesAndConvertsWhileEnabledPassesWhileDisabled) {
 TEST(ChangeFormat, FormatSetFromAnotherThreadIsSeenWhole) {
   Chain chain;
   const auto in = RandomFrame(48, 12, vf32Bit, 9);
-  const auto grey = Converted(in, vfGrey), colour = Converted(in, vf24Bit);
-  std::atomic<int> mixed{0}, frames{0};
-  chain.grabber->SetOnFrame([&](const IFQImageBuffer& out) {
-    frames.fetch_add(1);
-    if (!SameFrame(out, grey) && !SameFrame(out, colour)) mixed.fetch_add(1);
-  });
-  std::atomic<bool> stop{false}, started{false};
-  std::thread setter([&] {
-    for (int i = 0; !stop.load(); ++i) {
-      chain.change->SetFormat(i % 2 ? vfGrey : vf24Bit);
-      started = true;
-    }
-  });
-  while (!started.load()) std::this_thread::yield();
-  chain.source->StartStream(48, 12, vf32Bit, 400000);
-  for (int i = 0; i < 300; ++i) chain.source->Push(in);
-  stop = true;
-  setter.join();
-  EXPECT_EQ(frames.load(), 300);
-  EXPECT_EQ(mixed.load(), 0);
+  EXPECT_EQ(test::MixedFrames(chain, in, 300,
+                              [&](int i) { chain.filter->SetFormat(i % 2 ? vfGrey : vf24Bit); },
+                              {Converted(in, vfGrey), Converted(in, vf24Bit)}),
+            0);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "support/fqtestsupport.h"
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <sstream>
@@ -24,10 +25,23 @@ IFQImageBuffer SolidFrame(int width, int height, TFQVideoFormat format, TColor c
   return frame;
 }
 
+IFQImageBuffer Converted(const IFQImageBuffer& frame, TFQVideoFormat format) {
+  IFQImageBuffer out;
+  out.Assign(frame);
+  out.SetFormat(format);
+  return out;
+}
+
 std::vector<std::uint8_t> PixelAt(const IFQImageBuffer& frame, int x, int y) {
   const int bpp = frame.GetBytesPerPixel();
   const std::uint8_t* p = frame.GetReadPointer() + static_cast<long>(y) * frame.GetLineStep() + x * bpp;
   return {p, p + bpp};
+}
+
+void SetPixel(IFQImageBuffer& frame, int x, int y, const std::vector<std::uint8_t>& bytes) {
+  const int bpp = frame.GetBytesPerPixel();
+  std::uint8_t* p = frame.GetModifyPointer() + static_cast<long>(y) * frame.GetLineStep() + x * bpp;
+  std::memcpy(p, bytes.data(), std::min(bytes.size(), static_cast<std::size_t>(bpp)));
 }
 
 bool SameFrame(const IFQImageBuffer& a, const IFQImageBuffer& b, std::string* why) {
@@ -50,6 +64,11 @@ bool SameFrame(const IFQImageBuffer& a, const IFQImageBuffer& b, std::string* wh
       }
     }
   return true;
+}
+
+bool MixesRedAndBlue(const IFQImageBuffer& frame) {
+  return CountPixels(frame, [](const auto& px) { return px[2] > px[0]; }) > 0 &&
+         CountPixels(frame, [](const auto& px) { return px[0] > px[2]; }) > 0;
 }
 
 } // namespace framquist::test

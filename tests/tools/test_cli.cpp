@@ -34,6 +34,13 @@ std::filesystem::path TempDir() {
   return dir;
 }
 
+std::string ReadAll(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
 TEST(Cli, ListAndDescribe) {
   const Result list = Cli("list");
   EXPECT_EQ(list.Code, 0);
@@ -69,29 +76,16 @@ TEST(Cli, LaunchRunsSavesAndReportsProgress) {
                        "MirrorType=mtBoth ! TFQImageGrabber\" --frames 5 --quiet --save " +
                        form.string() + " --progress " + progress.string());
   ASSERT_EQ(r.Code, 0) << r.Output;
-  std::ifstream p(progress);
-  std::stringstream text;
-  text << p.rdbuf();
-  EXPECT_NE(text.str().find("frame=5\n"), std::string::npos) << text.str();
-  EXPECT_NE(text.str().find("progress=end\n"), std::string::npos);
+  const std::string text = ReadAll(progress);
+  EXPECT_NE(text.find("frame=5\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("progress=end\n"), std::string::npos);
   // The saved chain runs again as a form.
   const Result again = Cli("run " + form.string() + " --frames 3 --quiet");
   EXPECT_EQ(again.Code, 0) << again.Output;
   std::filesystem::remove_all(dir);
 }
 
-} // namespace
-
-namespace {
-
 bool HaveFfmpeg() { return std::system("ffmpeg -version > /dev/null 2>&1") == 0; }
-
-std::string ReadAll(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
 
 // A real video from ffmpeg's test source, flipped left-right by a launched
 // chain into a lossless file: every decoded output frame must be the decoded
@@ -105,12 +99,14 @@ TEST(Cli, LaunchedChainMirrorsARealVideoExactly) {
                          in.string())
                             .c_str()),
             0);
-  const Result r = Cli("launch \"TFQVideoFileSource FileName=" + in.string() +
-                       " ! TFQMirror MirrorType=mtVertical ! TFQVideoFileSink FileName=" + out.string() + "\" --quiet");
+  const Result r =
+      Cli("launch \"TFQVideoFileSource FileName=" + in.string() +
+          " ! TFQMirror MirrorType=mtVertical ! TFQVideoFileSink FileName=" + out.string() + "\" --quiet");
   ASSERT_EQ(r.Code, 0) << r.Output;
   for (const auto& [video, raw] : {std::pair{in, inRaw}, std::pair{out, outRaw}})
-    ASSERT_EQ(std::system(("ffmpeg -v error -y -i " + video.string() + " -f rawvideo -pix_fmt bgr24 " + raw.string())
-                              .c_str()),
+    ASSERT_EQ(std::system(
+                  ("ffmpeg -v error -y -i " + video.string() + " -f rawvideo -pix_fmt bgr24 " + raw.string())
+                      .c_str()),
               0);
   const std::string a = ReadAll(inRaw), b = ReadAll(outRaw);
   const std::size_t w = 96, h = 64, frame = w * h * 3;
