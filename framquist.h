@@ -40,6 +40,7 @@
 #include "generators/fqtestpattern.h"
 #include "generators/fquniformnoise.h"
 
+#include "capture/fqfileendpoints.h"
 #include "capture/fqrawpipe.h"
 #include "capture/fqthreadedsource.h"
 #include "capture/fqvideofile.h"

@@ -172,22 +172,6 @@ AVPixelFormat PixelFormatOf(TFQVideoFormat format) {
   }
 }
 
-// Sinks write grey, 24-bit and 32-bit frames; others become 24-bit in a
-// frame of our own (the sender's frame is not ours to change).
-void TakeWritableFormat(IFQImageBuffer& buffer) {
-  const TFQVideoFormat format = buffer.GetFormat();
-  if (format == vfGrey || format == vf24Bit || format == vf32Bit) return;
-  IFQImageBuffer own;
-  own.Assign(buffer);
-  own.SetFormat(vf24Bit);
-  buffer = own;
-}
-
-TFQVideoFormat StreamFormat(TFQVideoFormat announced) {
-  const TFQVideoFormat format = FQNormalizeFormat(announced);
-  return format == vfGrey || format == vf32Bit ? format : vf24Bit;
-}
-
 // Scales `in` into planes of `format` at width x height.
 bool ScaleInto(SwsContext*& scaler, const IFQImageBuffer& in, AVPixelFormat format, int width, int height,
                std::uint8_t* const planes[4], const int strides[4]) {
@@ -298,22 +282,6 @@ TFQY4MSource::TFQY4MSource() = default;
 
 TFQY4MSource::~TFQY4MSource() { Shutdown(); }
 
-std::string TFQY4MSource::GetFileName() const {
-  TPWLockHold hold = GetLock().Read();
-  return fileName_;
-}
-
-void TFQY4MSource::SetFileName(std::string value) {
-  TPWLockHold hold = GetLock().Write();
-  if (hold) fileName_ = std::move(value);
-}
-
-void TFQY4MSource::DeclareProperties(TPWPropertyList& props) {
-  TFQThreadedSource::DeclareProperties(props);
-  props.String(
-      "FileName", [this] { return GetFileName(); }, [this](std::string v) { SetFileName(std::move(v)); }, "");
-}
-
 bool TFQY4MSource::OpenInput(TStreamStart&) {
   auto input = std::make_unique<TInput>();
   input->name = GetFileName();
@@ -392,135 +360,6 @@ void TFQY4MSource::ReadInput() {
 
 void TFQY4MSource::CloseInput() { input_.reset(); }
 
-// ---- sinks -----------------------------------------------------------------
-
-namespace {
-
-// The output side both sinks share: a descriptor and a frame buffer.
-struct TPipeOutput {
-  std::string name;
-  int fd = -1;
-  int width = 0;
-  int height = 0;
-  SwsContext* scaler = nullptr;
-  std::vector<std::uint8_t> buffer;
-
-  TPipeOutput() = default;
-  TPipeOutput(const TPipeOutput&) = delete;
-  TPipeOutput& operator=(const TPipeOutput&) = delete;
-  ~TPipeOutput() {
-    sws_freeContext(scaler);
-    if (fd >= 0) close(fd);
-  }
-
-  // Empty on success, else why not.
-  std::string Open(const std::string& fileName, int w, int h) {
-    name = fileName;
-    width = w;
-    height = h;
-    if (w <= 0 || h <= 0) return "no frame size";
-    fd = OpenStream(name, true);
-    return fd < 0 ? SystemError(errno) : std::string();
-  }
-
-  std::string Write(const std::uint8_t* data, std::size_t size) {
-    return WriteAll(fd, data, size) ? std::string() : SystemError(errno);
-  }
-
-  // Closes the descriptor; the first failure, if any.
-  std::string Close() {
-    if (fd < 0) return {};
-    const int r = close(fd);
-    fd = -1;
-    return r < 0 ? SystemError(errno) : std::string();
-  }
-};
-
-// Reports a failed output and drops it: frames are ignored until the next start.
-template <class TOwner, class TOutputPtr>
-void DropOutput(TOwner& owner, TOutputPtr& output, const std::string& why) {
-  const std::string name = output->name;
-  output.reset();
-  owner.ReportError("cannot write " + Describe(name, true) + ": " + why);
-}
-
-} // namespace
-
-struct TFQY4MSink::TOutput : TPipeOutput {
-  AVPixelFormat pixel = AV_PIX_FMT_YUV444P;
-};
-
-TFQY4MSink::TFQY4MSink() = default;
-
-TFQY4MSink::~TFQY4MSink() {
-  TPWLockHold hold = GetLock().Write();
-  output_.reset();
-}
-
-std::string TFQY4MSink::GetFileName() const {
-  TPWLockHold hold = GetLock().Read();
-  return fileName_;
-}
-
-void TFQY4MSink::SetFileName(std::string value) {
-  TPWLockHold hold = GetLock().Write();
-  if (hold) fileName_ = std::move(value);
-}
-
-void TFQY4MSink::DeclareProperties(TPWPropertyList& props) {
-  TFQSinkFilter::DeclareProperties(props);
-  props.String(
-      "FileName", [this] { return GetFileName(); }, [this](std::string v) { SetFileName(std::move(v)); }, "");
-}
-
-void TFQY4MSink::BeforeDestruction() {
-  TFQSinkFilter::BeforeDestruction();
-  TPWLockHold hold = GetLock().Write();
-  StreamStop();
-}
-
-void TFQY4MSink::SetVideoFormat(IFQImageBuffer& Buffer) { TakeWritableFormat(Buffer); }
-
-void TFQY4MSink::IntStart(int Width, int Height) {
-  if (output_) return; // announced again mid-stream: keep the output
-  auto output = std::make_unique<TOutput>();
-  std::string why = output->Open(fileName_, Width, Height);
-  if (why.empty()) {
-    output->pixel = StreamFormat(stream_.Format) == vfGrey ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_YUV444P;
-    int num = 25, den = 1;
-    if (stream_.Interval > 0) av_reduce(&num, &den, 10'000'000, stream_.Interval, 1 << 30);
-    const std::string header = "YUV4MPEG2 W" + std::to_string(Width) + " H" + std::to_string(Height) + " F" +
-                               std::to_string(num) + ":" + std::to_string(den) + " Ip A1:1 " +
-                               (output->pixel == AV_PIX_FMT_GRAY8 ? "Cmono" : "C444 XYSCSS=444") +
-                               " XCOLORRANGE=LIMITED\n";
-    why = output->Write(reinterpret_cast<const std::uint8_t*>(header.data()), header.size());
-    const int frameSize = av_image_get_buffer_size(output->pixel, Width, Height, 1);
-    output->buffer.resize(6 + static_cast<std::size_t>(std::max(frameSize, 0)));
-    std::memcpy(output->buffer.data(), "FRAME\n", 6);
-  }
-  output_ = std::move(output);
-  if (!why.empty()) DropOutput(*this, output_, why);
-}
-
-void TFQY4MSink::ProcessImage(IFQImageBuffer Buffer) {
-  if (!output_) return;
-  TOutput& out = *output_;
-  std::uint8_t* planes[4] = {};
-  int strides[4] = {};
-  av_image_fill_arrays(planes, strides, out.buffer.data() + 6, out.pixel, out.width, out.height, 1);
-  std::string why = ScaleInto(out.scaler, Buffer, out.pixel, out.width, out.height, planes, strides)
-                        ? out.Write(out.buffer.data(), out.buffer.size())
-                        : "cannot convert the frame";
-  if (!why.empty()) DropOutput(*this, output_, why);
-}
-
-void TFQY4MSink::StreamStop() {
-  if (!output_) return;
-  const std::string why = output_->Close();
-  if (!why.empty()) DropOutput(*this, output_, why);
-  output_.reset();
-}
-
 // ---- TFQRawVideoSource -----------------------------------------------------
 
 struct TFQRawVideoSource::TInput {
@@ -543,20 +382,8 @@ TFQRawVideoSource::TFQRawVideoSource() = default;
 
 TFQRawVideoSource::~TFQRawVideoSource() { Shutdown(); }
 
-std::string TFQRawVideoSource::GetFileName() const {
-  TPWLockHold hold = GetLock().Read();
-  return fileName_;
-}
-
-void TFQRawVideoSource::SetFileName(std::string value) {
-  TPWLockHold hold = GetLock().Write();
-  if (hold) fileName_ = std::move(value);
-}
-
 void TFQRawVideoSource::DeclareProperties(TPWPropertyList& props) {
-  TFQThreadedSource::DeclareProperties(props);
-  props.String(
-      "FileName", [this] { return GetFileName(); }, [this](std::string v) { SetFileName(std::move(v)); }, "");
+  TFQWithFileName::DeclareProperties(props);
   props.Int<std::int32_t>(
       "Width", [this] { return GetWidth(); },
       [this](std::int64_t v) { SetWidth(static_cast<int>(std::clamp<std::int64_t>(v, 0, kMaxSide))); }, 640);
@@ -636,85 +463,116 @@ void TFQRawVideoSource::ReadInput() {
 
 void TFQRawVideoSource::CloseInput() { input_.reset(); }
 
-// ---- TFQRawVideoSink -------------------------------------------------------
+// ---- TFQY4MSink, TFQRawVideoSink -------------------------------------------
 
-struct TFQRawVideoSink::TOutput : TPipeOutput {
-  TFQVideoFormat format = vf24Bit;
+namespace {
+
+// The output side both sinks share: a descriptor and a frame buffer.
+struct TPipeOutput : TFQFileSink::TOutput {
+  std::string name;
+  int fd = -1;
+  int width = 0;
+  int height = 0;
+  SwsContext* scaler = nullptr;
+  std::vector<std::uint8_t> buffer;
+
+  TPipeOutput() = default;
+  TPipeOutput(const TPipeOutput&) = delete;
+  TPipeOutput& operator=(const TPipeOutput&) = delete;
+  ~TPipeOutput() override {
+    sws_freeContext(scaler);
+    if (fd >= 0) close(fd);
+  }
+
+  std::string Open(const TFQFileSink::TOutputStart& start) override {
+    name = start.FileName;
+    width = start.Width;
+    height = start.Height;
+    if (width <= 0 || height <= 0) return "no frame size";
+    fd = OpenStream(name, true);
+    return fd < 0 ? SystemError(errno) : std::string();
+  }
+
+  std::string Close() override {
+    if (fd < 0) return {};
+    const int r = close(fd);
+    fd = -1;
+    return r < 0 ? SystemError(errno) : std::string();
+  }
+
+  std::string Name() const override { return Describe(name, true); }
+
+  std::string WriteBytes(const std::uint8_t* data, std::size_t size) {
+    return WriteAll(fd, data, size) ? std::string() : SystemError(errno);
+  }
 };
 
-TFQRawVideoSink::TFQRawVideoSink() = default;
+struct TY4MOutput : TPipeOutput {
+  AVPixelFormat pixel = AV_PIX_FMT_YUV444P;
 
-TFQRawVideoSink::~TFQRawVideoSink() {
-  TPWLockHold hold = GetLock().Write();
-  output_.reset();
-}
-
-std::string TFQRawVideoSink::GetFileName() const {
-  TPWLockHold hold = GetLock().Read();
-  return fileName_;
-}
-
-void TFQRawVideoSink::SetFileName(std::string value) {
-  TPWLockHold hold = GetLock().Write();
-  if (hold) fileName_ = std::move(value);
-}
-
-void TFQRawVideoSink::DeclareProperties(TPWPropertyList& props) {
-  TFQSinkFilter::DeclareProperties(props);
-  props.String(
-      "FileName", [this] { return GetFileName(); }, [this](std::string v) { SetFileName(std::move(v)); }, "");
-}
-
-void TFQRawVideoSink::BeforeDestruction() {
-  TFQSinkFilter::BeforeDestruction();
-  TPWLockHold hold = GetLock().Write();
-  StreamStop();
-}
-
-void TFQRawVideoSink::SetVideoFormat(IFQImageBuffer& Buffer) { TakeWritableFormat(Buffer); }
-
-void TFQRawVideoSink::IntStart(int Width, int Height) {
-  if (output_) return; // announced again mid-stream: keep the output
-  auto output = std::make_unique<TOutput>();
-  const std::string why = output->Open(fileName_, Width, Height);
-  output->format = StreamFormat(stream_.Format);
-  output_ = std::move(output);
-  if (!why.empty()) DropOutput(*this, output_, why);
-}
-
-void TFQRawVideoSink::ProcessImage(IFQImageBuffer Buffer) {
-  if (!output_) return;
-  TOutput& out = *output_;
-  const int bpp = FQBytesPerPixel(out.format);
-  const std::size_t row = static_cast<std::size_t>(out.width) * static_cast<std::size_t>(bpp);
-  out.buffer.resize(row * static_cast<std::size_t>(out.height));
-  if (Buffer.GetFormat() != out.format) {
-    IFQImageBuffer own; // the library's own conversion, as any filter would make it
-    own.Assign(Buffer);
-    own.SetFormat(out.format);
-    Buffer = own;
+  std::string Open(const TFQFileSink::TOutputStart& start) override {
+    const std::string why = TPipeOutput::Open(start);
+    if (!why.empty()) return why;
+    pixel = start.Format == vfGrey ? AV_PIX_FMT_GRAY8 : AV_PIX_FMT_YUV444P;
+    int num = 25, den = 1;
+    if (start.Interval > 0) av_reduce(&num, &den, 10'000'000, start.Interval, 1 << 30);
+    const std::string header = "YUV4MPEG2 W" + std::to_string(width) + " H" + std::to_string(height) + " F" +
+                               std::to_string(num) + ":" + std::to_string(den) + " Ip A1:1 " +
+                               (pixel == AV_PIX_FMT_GRAY8 ? "Cmono" : "C444 XYSCSS=444") +
+                               " XCOLORRANGE=LIMITED\n";
+    const int frameSize = av_image_get_buffer_size(pixel, width, height, 1);
+    buffer.resize(6 + static_cast<std::size_t>(std::max(frameSize, 0)));
+    std::memcpy(buffer.data(), "FRAME\n", 6);
+    return WriteBytes(reinterpret_cast<const std::uint8_t*>(header.data()), header.size());
   }
-  if (Buffer.GetWidth() == out.width && Buffer.GetHeight() == out.height) {
-    const std::uint8_t* src = Buffer.GetReadPointer();
-    for (int y = 0; y < out.height; ++y)
-      std::memcpy(out.buffer.data() + y * row, src + static_cast<std::ptrdiff_t>(y) * Buffer.GetLineStep(),
-                  row);
-  } else {
-    std::uint8_t* planes[4] = {out.buffer.data(), nullptr, nullptr, nullptr};
-    const int strides[4] = {static_cast<int>(row), 0, 0, 0};
-    if (!ScaleInto(out.scaler, Buffer, PixelFormatOf(out.format), out.width, out.height, planes, strides))
-      return DropOutput(*this, output_, "cannot convert the frame");
-  }
-  const std::string why = out.Write(out.buffer.data(), out.buffer.size());
-  if (!why.empty()) DropOutput(*this, output_, why);
-}
 
-void TFQRawVideoSink::StreamStop() {
-  if (!output_) return;
-  const std::string why = output_->Close();
-  if (!why.empty()) DropOutput(*this, output_, why);
-  output_.reset();
-}
+  std::string Write(const IFQImageBuffer& frame) override {
+    std::uint8_t* planes[4] = {};
+    int strides[4] = {};
+    av_image_fill_arrays(planes, strides, buffer.data() + 6, pixel, width, height, 1);
+    if (!ScaleInto(scaler, frame, pixel, width, height, planes, strides)) return "cannot convert the frame";
+    return WriteBytes(buffer.data(), buffer.size());
+  }
+};
+
+struct TRawOutput : TPipeOutput {
+  TFQVideoFormat format = vf24Bit;
+
+  std::string Open(const TFQFileSink::TOutputStart& start) override {
+    format = start.Format;
+    return TPipeOutput::Open(start);
+  }
+
+  std::string Write(const IFQImageBuffer& frame) override {
+    const std::size_t row =
+        static_cast<std::size_t>(width) * static_cast<std::size_t>(FQBytesPerPixel(format));
+    buffer.resize(row * static_cast<std::size_t>(height));
+    IFQImageBuffer in = frame;
+    if (in.GetFormat() != format) {
+      IFQImageBuffer own; // the library's own conversion, as any filter would make it
+      own.Assign(in);
+      own.SetFormat(format);
+      in = own;
+    }
+    if (in.GetWidth() == width && in.GetHeight() == height) {
+      const std::uint8_t* src = in.GetReadPointer();
+      for (int y = 0; y < height; ++y)
+        std::memcpy(buffer.data() + y * row, src + static_cast<std::ptrdiff_t>(y) * in.GetLineStep(), row);
+    } else {
+      std::uint8_t* planes[4] = {buffer.data(), nullptr, nullptr, nullptr};
+      const int strides[4] = {static_cast<int>(row), 0, 0, 0};
+      if (!ScaleInto(scaler, in, PixelFormatOf(format), width, height, planes, strides))
+        return "cannot convert the frame";
+    }
+    return WriteBytes(buffer.data(), buffer.size());
+  }
+};
+
+} // namespace
+
+std::unique_ptr<TFQFileSink::TOutput> TFQY4MSink::NewOutput() { return std::make_unique<TY4MOutput>(); }
+
+std::unique_ptr<TFQFileSink::TOutput> TFQRawVideoSink::NewOutput() { return std::make_unique<TRawOutput>(); }
 
 namespace Fqrawpipe {
 void Register() {

@@ -45,21 +45,16 @@
 #include <memory>
 #include <string>
 
-#include "capture/fqthreadedsource.h"
-#include "frame/fqsinkfilter.h"
+#include "capture/fqfileendpoints.h"
 
 namespace framquist {
 
-class TFQY4MSource : public TFQThreadedSource {
+class TFQY4MSource : public TFQWithFileName<TFQThreadedSource> {
 public:
   TFQY4MSource();
   ~TFQY4MSource() override;
   std::string_view GetClassName() const override { return "TFQY4MSource"; }
-
-  std::string GetFileName() const;
-  void SetFileName(std::string value);
   // Published: Tag, FileName.
-  void DeclareProperties(TPWPropertyList& props) override;
 
 protected:
   bool OpenInput(TStreamStart& start) override;
@@ -69,42 +64,23 @@ protected:
 private:
   struct TInput;
   std::unique_ptr<TInput> input_; // the stream's thread only
-  std::string fileName_;          // guarded by the lock
 };
 
-class TFQY4MSink : public TFQSinkFilter {
+class TFQY4MSink : public TFQFileSink {
 public:
-  TFQY4MSink();
-  ~TFQY4MSink() override;
   std::string_view GetClassName() const override { return "TFQY4MSink"; }
-
-  std::string GetFileName() const;
-  void SetFileName(std::string value);
   // Published: Tag, FileName.
-  void DeclareProperties(TPWPropertyList& props) override;
-
-  void BeforeDestruction() override;
 
 protected:
-  void SetVideoFormat(IFQImageBuffer& Buffer) override;
-  void ProcessImage(IFQImageBuffer Buffer) override;
-  void IntStart(int Width, int Height) override;
-  void StreamStop() override;
-
-private:
-  struct TOutput;
-  std::unique_ptr<TOutput> output_; // guarded by the lock
-  std::string fileName_;            // guarded by the lock
+  std::unique_ptr<TOutput> NewOutput() override;
 };
 
-class TFQRawVideoSource : public TFQThreadedSource {
+class TFQRawVideoSource : public TFQWithFileName<TFQThreadedSource> {
 public:
   TFQRawVideoSource();
   ~TFQRawVideoSource() override;
   std::string_view GetClassName() const override { return "TFQRawVideoSource"; }
 
-  std::string GetFileName() const;
-  void SetFileName(std::string value);
   int GetWidth() const { return width_.load(std::memory_order_relaxed); }
   void SetWidth(int value);
   int GetHeight() const { return height_.load(std::memory_order_relaxed); }
@@ -124,7 +100,6 @@ protected:
 private:
   struct TInput;
   std::unique_ptr<TInput> input_; // the stream's thread only
-  std::string fileName_;          // guarded by the lock
   // Atomic so getters need no lock; stored under it.
   std::atomic<int> width_{640};
   std::atomic<int> height_{480};
@@ -132,29 +107,13 @@ private:
   std::atomic<TFQVideoFormat> format_{vf24Bit};
 };
 
-class TFQRawVideoSink : public TFQSinkFilter {
+class TFQRawVideoSink : public TFQFileSink {
 public:
-  TFQRawVideoSink();
-  ~TFQRawVideoSink() override;
   std::string_view GetClassName() const override { return "TFQRawVideoSink"; }
-
-  std::string GetFileName() const;
-  void SetFileName(std::string value);
   // Published: Tag, FileName.
-  void DeclareProperties(TPWPropertyList& props) override;
-
-  void BeforeDestruction() override;
 
 protected:
-  void SetVideoFormat(IFQImageBuffer& Buffer) override;
-  void ProcessImage(IFQImageBuffer Buffer) override;
-  void IntStart(int Width, int Height) override;
-  void StreamStop() override;
-
-private:
-  struct TOutput;
-  std::unique_ptr<TOutput> output_; // guarded by the lock
-  std::string fileName_;            // guarded by the lock
+  std::unique_ptr<TOutput> NewOutput() override;
 };
 
 namespace Fqrawpipe {

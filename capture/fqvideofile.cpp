@@ -203,16 +203,6 @@ TFQVideoFileSource::TFQVideoFileSource() = default;
 
 TFQVideoFileSource::~TFQVideoFileSource() { Shutdown(); }
 
-std::string TFQVideoFileSource::GetFileName() const {
-  TPWLockHold hold = GetLock().Read();
-  return fileName_;
-}
-
-void TFQVideoFileSource::SetFileName(std::string value) {
-  TPWLockHold hold = GetLock().Write();
-  if (hold) fileName_ = std::move(value);
-}
-
 void TFQVideoFileSource::SetLoop(bool value) {
   TPWLockHold hold = GetLock().Write();
   if (hold) loop_.store(value, std::memory_order_relaxed);
@@ -239,9 +229,7 @@ void TFQVideoFileSource::SetMaxFrames(long long value) {
 }
 
 void TFQVideoFileSource::DeclareProperties(TPWPropertyList& props) {
-  TFQThreadedSource::DeclareProperties(props);
-  props.String(
-      "FileName", [this] { return GetFileName(); }, [this](std::string v) { SetFileName(std::move(v)); }, "");
+  TFQWithFileName::DeclareProperties(props);
   props.Bool(
       "Loop", [this] { return GetLoop(); }, [this](bool v) { SetLoop(v); }, false);
   props.Int<TFQVideoFormat>(
@@ -434,7 +422,10 @@ void ApplyQuality(AVCodecContext* encoder, const AVCodec* codec, int quality, AV
 
 } // namespace
 
-struct TFQVideoFileSink::TWriter {
+struct TFQVideoFileSink::TWriter : TOutput {
+  const std::string codecName;
+  const int quality;
+  const std::string pixelName;
   std::string path;
   AVFormatContext* format = nullptr;
   AVCodecContext* encoder = nullptr;
@@ -446,11 +437,12 @@ struct TFQVideoFileSink::TWriter {
   std::int64_t firstTime = AV_NOPTS_VALUE;
   std::int64_t lastPts = -1;
 
-  TWriter() = default;
+  TWriter(std::string codec, int level, std::string pixelFormat)
+      : codecName(std::move(codec)), quality(level), pixelName(std::move(pixelFormat)) {}
   TWriter(const TWriter&) = delete;
   TWriter& operator=(const TWriter&) = delete;
 
-  ~TWriter() {
+  ~TWriter() override {
     sws_freeContext(scaler);
     av_frame_free(&frame);
     av_packet_free(&packet);
@@ -461,8 +453,9 @@ struct TFQVideoFileSink::TWriter {
     }
   }
 
-  std::string Open(const std::string& codecName, int quality, const std::string& pixelName, int width,
-                   int height, TFQVideoFormat inputFormat, std::int64_t interval) {
+  std::string Open(const TOutputStart& start) override {
+    path = start.FileName;
+    const int width = start.Width, height = start.Height;
     if (path.empty()) return "no file name";
     if (width <= 0 || height <= 0) return "no frame size";
     if (avformat_alloc_output_context2(&format, nullptr, nullptr, path.c_str()) < 0 || format == nullptr)
@@ -484,7 +477,7 @@ struct TFQVideoFileSink::TWriter {
       if (codec->pix_fmts != nullptr && !Lists(codec->pix_fmts, pixel))
         return std::string(codec->name) + " does not take " + pixelName;
     } else {
-      pixel = NaturalPixelFormat(codec, container, PixelFormatOf(inputFormat));
+      pixel = NaturalPixelFormat(codec, container, PixelFormatOf(start.Format));
     }
     if (pixel == AV_PIX_FMT_NONE || sws_isSupportedOutput(pixel) == 0)
       return std::string("no pixel format to give ") + codec->name;
@@ -497,7 +490,7 @@ struct TFQVideoFileSink::TWriter {
     encoder->sample_aspect_ratio = {1, 1};
     // Some codecs take no time base denominator beyond 16 bits.
     AVRational timeBase{};
-    av_reduce(&timeBase.num, &timeBase.den, interval > 0 ? interval : 400'000, 10'000'000, 65535);
+    av_reduce(&timeBase.num, &timeBase.den, start.Interval > 0 ? start.Interval : 400'000, 10'000'000, 65535);
     encoder->time_base = timeBase;
     encoder->framerate = av_inv_q(timeBase);
     const AVPixFmtDescriptor* pixelInfo = av_pix_fmt_desc_get(pixel);
@@ -541,7 +534,7 @@ struct TFQVideoFileSink::TWriter {
     return r < 0 ? AvError(r) : std::string();
   }
 
-  std::string Write(const IFQImageBuffer& in) {
+  std::string Write(const IFQImageBuffer& in) override {
     // Frames of another size are scaled to the file's.
     scaler = sws_getCachedContext(scaler, in.GetWidth(), in.GetHeight(), PixelFormatOf(in.GetFormat()),
                                   encoder->width, encoder->height, encoder->pix_fmt, kScaleFlags, nullptr,
@@ -579,7 +572,7 @@ struct TFQVideoFileSink::TWriter {
   }
 
   // Flushes the encoder and writes the trailer; the first failure, if any.
-  std::string Finish() {
+  std::string Close() override {
     if (!headerWritten) return {};
     headerWritten = false;
     std::string why = Encode(nullptr);
@@ -591,24 +584,9 @@ struct TFQVideoFileSink::TWriter {
     }
     return why;
   }
+
+  std::string Name() const override { return "'" + path + "'"; }
 };
-
-TFQVideoFileSink::TFQVideoFileSink() = default;
-
-TFQVideoFileSink::~TFQVideoFileSink() {
-  TPWLockHold hold = GetLock().Write();
-  Finish();
-}
-
-std::string TFQVideoFileSink::GetFileName() const {
-  TPWLockHold hold = GetLock().Read();
-  return fileName_;
-}
-
-void TFQVideoFileSink::SetFileName(std::string value) {
-  TPWLockHold hold = GetLock().Write();
-  if (hold) fileName_ = std::move(value);
-}
 
 std::string TFQVideoFileSink::GetCodec() const {
   TPWLockHold hold = GetLock().Read();
@@ -641,9 +619,7 @@ void TFQVideoFileSink::SetPixelFormat(std::string value) {
 }
 
 void TFQVideoFileSink::DeclareProperties(TPWPropertyList& props) {
-  TFQSinkFilter::DeclareProperties(props);
-  props.String(
-      "FileName", [this] { return GetFileName(); }, [this](std::string v) { SetFileName(std::move(v)); }, "");
+  TFQFileSink::DeclareProperties(props);
   props.String(
       "Codec", [this] { return GetCodec(); }, [this](std::string v) { SetCodec(std::move(v)); }, "");
   props.Int<std::int32_t>(
@@ -654,54 +630,8 @@ void TFQVideoFileSink::DeclareProperties(TPWPropertyList& props) {
       [this](std::string v) { SetPixelFormat(std::move(v)); }, "");
 }
 
-void TFQVideoFileSink::BeforeDestruction() {
-  TFQSinkFilter::BeforeDestruction();
-  TPWLockHold hold = GetLock().Write();
-  Finish();
-}
-
-void TFQVideoFileSink::SetVideoFormat(IFQImageBuffer& Buffer) {
-  const TFQVideoFormat format = Buffer.GetFormat();
-  if (format == vfGrey || format == vf32Bit || format == vf24Bit) return;
-  // A frame of our own: the sender's frame is not ours to change.
-  IFQImageBuffer own;
-  own.Assign(Buffer);
-  own.SetFormat(vf24Bit);
-  Buffer = own;
-}
-
-void TFQVideoFileSink::IntStart(int Width, int Height) {
-  if (writer_) return; // announced again mid-stream: keep the file
-  auto writer = std::make_unique<TWriter>();
-  writer->path = fileName_;
-  const TFQVideoFormat format = FQNormalizeFormat(stream_.Format);
-  const std::string why =
-      writer->Open(codec_, quality_, pixelFormat_, Width, Height,
-                   format == vfGrey || format == vf32Bit ? format : vf24Bit, stream_.Interval);
-  if (!why.empty()) {
-    ReportError("cannot write '" + fileName_ + "': " + why);
-    return;
-  }
-  writer_ = std::move(writer);
-}
-
-void TFQVideoFileSink::ProcessImage(IFQImageBuffer Buffer) {
-  if (!writer_) return;
-  const std::string why = writer_->Write(Buffer);
-  if (why.empty()) return;
-  ReportError("cannot write '" + writer_->path + "': " + why);
-  writer_->Finish(); // keep what was written readable
-  writer_.reset();
-}
-
-void TFQVideoFileSink::StreamStop() { Finish(); }
-
-void TFQVideoFileSink::Finish() {
-  if (!writer_) return;
-  const std::string why = writer_->Finish();
-  const std::string path = writer_->path;
-  writer_.reset();
-  if (!why.empty()) ReportError("cannot write '" + path + "': " + why);
+std::unique_ptr<TFQFileSink::TOutput> TFQVideoFileSink::NewOutput() {
+  return std::make_unique<TWriter>(codec_, quality_, pixelFormat_);
 }
 
 namespace Fqvideofile {

@@ -56,19 +56,16 @@
 #include <memory>
 #include <string>
 
-#include "capture/fqthreadedsource.h"
-#include "frame/fqsinkfilter.h"
+#include "capture/fqfileendpoints.h"
 
 namespace framquist {
 
-class TFQVideoFileSource : public TFQThreadedSource {
+class TFQVideoFileSource : public TFQWithFileName<TFQThreadedSource> {
 public:
   TFQVideoFileSource();
   ~TFQVideoFileSource() override;
   std::string_view GetClassName() const override { return "TFQVideoFileSource"; }
 
-  std::string GetFileName() const;
-  void SetFileName(std::string value);
   bool GetLoop() const { return loop_.load(std::memory_order_relaxed); }
   void SetLoop(bool value);
   TFQVideoFormat GetVideoFormat() const { return format_.load(std::memory_order_relaxed); }
@@ -90,7 +87,6 @@ protected:
 private:
   struct TReader;
   std::unique_ptr<TReader> reader_; // the open file; the stream's thread only
-  std::string fileName_;            // guarded by the lock
   // Atomic so the reader thread and getters need no lock; stored under it.
   std::atomic<bool> loop_{false};
   std::atomic<TFQVideoFormat> format_{vf24Bit};
@@ -99,14 +95,10 @@ private:
   std::atomic<long long> maxFrames_{0};
 };
 
-class TFQVideoFileSink : public TFQSinkFilter {
+class TFQVideoFileSink : public TFQFileSink {
 public:
-  TFQVideoFileSink();
-  ~TFQVideoFileSink() override;
   std::string_view GetClassName() const override { return "TFQVideoFileSink"; }
 
-  std::string GetFileName() const;
-  void SetFileName(std::string value);
   std::string GetCodec() const;
   void SetCodec(std::string value);
   int GetQuality() const;
@@ -116,21 +108,13 @@ public:
   // Published: Tag, FileName, Codec, Quality, PixelFormat.
   void DeclareProperties(TPWPropertyList& props) override;
 
-  void BeforeDestruction() override;
-
 protected:
-  void SetVideoFormat(IFQImageBuffer& Buffer) override;
-  void ProcessImage(IFQImageBuffer Buffer) override;
-  void IntStart(int Width, int Height) override;
-  void StreamStop() override;
+  std::unique_ptr<TOutput> NewOutput() override;
 
 private:
   struct TWriter;
-  void Finish(); // caller holds the write lock
 
   // All guarded by the lock.
-  std::unique_ptr<TWriter> writer_;
-  std::string fileName_;
   std::string codec_;
   int quality_ = 75;
   std::string pixelFormat_;
