@@ -10,9 +10,9 @@
 // environment variable FRAMQUIST_IPP_THREADS sets the initial count.
 //
 // Split: copy, set, mirror (not in place), thresholds, lookups, gamma,
-// colour twist, arithmetic and logic, MulCScale, alpha compositing, palette
-// and remap. Not split: the random-noise primitives (each sample depends on
-// the sequence before it), in-place mirrors and the Gauss filter.
+// colour twist, arithmetic and logic, MulCScale, alpha compositing, palette,
+// remap and polar to Cartesian (in runs of elements). Not split: the random-noise primitives (each sample
+// depends on the sequence before it), in-place mirrors and the Gauss filter.
 #pragma once
 
 namespace framquist {
