@@ -138,6 +138,49 @@ void expectMatchesReference(IppTarget target, const Image& src, const Image& dst
   ASSERT_TRUE(refSrc.data == fastSrc.data) << what << " changed its source";
 }
 
+// The same, and then again with the source as destination, for primitives
+// that may work in place: that must also give what a separate destination
+// holding the same pixels gets, so a row is read before it is overwritten.
+template <class Op>
+void expectMatchesReferenceOutAndInPlace(IppTarget target, const Image& src, const Image& dst, Op op,
+                                         const std::string& what, int firstChannel, int channels) {
+  expectMatchesReference(target, src, dst, op, what, firstChannel, channels);
+  expectMatchesReference(
+      target, src, src, [&](Image&, Image& d) { return op(d, d); }, what + " in place", firstChannel,
+      channels);
+  TargetScope scope(target);
+  Image source = src, separate = src, inPlace = src;
+  ASSERT_EQ(op(source, separate), op(inPlace, inPlace)) << what;
+  ASSERT_TRUE(separate.data == inPlace.data)
+      << what << " in place: " << firstMismatch(separate.data, inPlace.data, src.step);
+}
+
+// The argument checks all primitives share, through call(src, srcStep, dst,
+// dstStep, roi) on an 8x4 ROI: null pointers, empty or negative sizes and
+// lines shorter than a ROI row give their error and write nothing.
+// srcBytes 0: there is no source (in-place forms), src is to be ignored.
+template <class Call>
+void expectArgumentErrors(int srcBytes, int dstBytes, Call call, const std::string& what) {
+  std::mt19937 rng(1);
+  const IppiSize ok{8, 4};
+  const int srcRow = 8 * srcBytes, dstRow = 8 * dstBytes;
+  const Image src = makeImage(srcBytes > 0 ? srcBytes : 1, ok, false, rng);
+  Image dst = makeImage(dstBytes, ok, false, rng);
+  const Image before = dst;
+  const Ipp8u* s = src.at();
+  EXPECT_EQ(call(s, srcRow, nullptr, dstRow, ok), ippStsNullPtrErr) << what;
+  EXPECT_EQ(call(s, srcRow, dst.at(), dstRow, IppiSize{0, 4}), ippStsSizeErr) << what;
+  EXPECT_EQ(call(s, srcRow, dst.at(), dstRow, IppiSize{8, -1}), ippStsSizeErr) << what;
+  EXPECT_EQ(call(s, srcRow, dst.at(), dstRow - 1, ok), ippStsStepErr) << what;
+  EXPECT_EQ(call(s, srcRow, dst.at(), -dstRow, ok), ippStsStepErr) << what;
+  if (srcBytes > 0) {
+    EXPECT_EQ(call(nullptr, srcRow, dst.at(), dstRow, ok), ippStsNullPtrErr) << what;
+    EXPECT_EQ(call(s, srcRow - 1, dst.at(), dstRow, ok), ippStsStepErr) << what;
+    EXPECT_EQ(call(s, 0, dst.at(), dstRow, ok), ippStsStepErr) << what;
+  }
+  EXPECT_TRUE(dst.data == before.data) << what;
+}
+
 // ROI sizes that cross every vector width used (16 to 192 bytes) at 1, 3
 // and 4 bytes per pixel, plus one large odd-sized image.
 inline std::vector<IppiSize> testSizes() {

@@ -55,27 +55,9 @@ TEST(AlphaComp, FollowsTheDocumentedFormulas) {
         for (int c = 0; c < 4; ++c) {
           const double A = c == 3 ? 1.0 : a[c] / 255.0, B = c == 3 ? 1.0 : b[c] / 255.0;
           const double pA = premul && c < 3 ? A : aA * A, pB = premul && c < 3 ? B : aB * B;
-          double v = 0;
-          switch (type % 6) {
-          case 0:
-            v = pA + (1 - aA) * pB;
-            break;
-          case 1:
-            v = pA * aB;
-            break;
-          case 2:
-            v = pA * (1 - aB);
-            break;
-          case 3:
-            v = pA * aB + (1 - aA) * pB;
-            break;
-          case 4:
-            v = pA * (1 - aB) + (1 - aA) * pB;
-            break;
-          default:
-            v = pA + pB;
-            break;
-          }
+          // Over, In, Out, ATop, Xor, Plus: pA and pB weighted.
+          const double wA[6] = {1, aB, 1 - aB, aB, 1 - aB, 1}, wB[6] = {1 - aA, 0, 0, 1 - aA, 1 - aA, 1};
+          const double v = pA * wA[type % 6] + pB * wB[type % 6];
           const double expected = std::min(255.0, v * 255.0);
           ASSERT_LE(std::abs(d[c] - expected), 2.0)
               << ippTargetName(target) << " type " << type << " channel " << c << " got " << int(d[c]);

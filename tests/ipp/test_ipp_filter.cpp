@@ -17,44 +17,29 @@ Image bordered(IppiSize roi, int border, bool padded, std::mt19937& rng) {
 
 using FilterTarget = PerTarget;
 
+// kind 0: random bytes; 1 and 2, on some sizes: near-white and
+// black-and-white sources, which drive the 5x5 sums to the top of their
+// range, where they no longer fit 16 bits.
 TEST_P(FilterTarget, MatchesReference) {
   std::mt19937 rng(5);
   for (IppiSize roi : testSizes())
     for (IppiMaskSize mask : {ippMskSize3x3, ippMskSize5x5})
-      for (bool padded : {false, true}) {
-        const int border = mask == ippMskSize3x3 ? 1 : 2;
-        const Image src = bordered(roi, border, padded, rng);
-        const Image dst = makeImage(4, roi, padded, rng);
-        expectMatchesReference(
-            GetParam(), src, dst,
-            [&](Image& s, Image& d) {
-              return ippiFilterGauss_8u_AC4R(s.at(), s.step, d.at(), d.step, roi, mask);
-            },
-            describe("FilterGauss", roi, padded) + " mask " + std::to_string(mask), 0, 3);
-        if (HasFatalFailure()) return;
-      }
-}
-
-// Near-white and black-and-white sources drive the 5x5 sums to the top of
-// their range, where they no longer fit 16 bits.
-TEST_P(FilterTarget, MatchesReferenceAtExtremes) {
-  std::mt19937 rng(6);
-  for (IppiSize roi : {IppiSize{8, 3}, IppiSize{9, 4}, IppiSize{61, 7}, IppiSize{256, 5}})
-    for (IppiMaskSize mask : {ippMskSize3x3, ippMskSize5x5})
-      for (int kind : {0, 1}) {
-        Image src = bordered(roi, mask == ippMskSize3x3 ? 1 : 2, true, rng);
-        for (Ipp8u& v : src.data) v = static_cast<Ipp8u>(kind == 0 ? 255 - rng() % 3 : (rng() % 2) * 255);
-        const Image dst = makeImage(4, roi, true, rng);
-        expectMatchesReference(
-            GetParam(), src, dst,
-            [&](Image& s, Image& d) {
-              return ippiFilterGauss_8u_AC4R(s.at(), s.step, d.at(), d.step, roi, mask);
-            },
-            describe("FilterGauss", roi, true) + " mask " + std::to_string(mask) + " kind " +
-                std::to_string(kind),
-            0, 3);
-        if (HasFatalFailure()) return;
-      }
+      for (bool padded : {false, true})
+        for (int kind = 0; kind < (roi.height > 2 && padded ? 3 : 1); ++kind) {
+          Image src = bordered(roi, mask == ippMskSize3x3 ? 1 : 2, padded, rng);
+          if (kind > 0)
+            for (Ipp8u& v : src.data) v = static_cast<Ipp8u>(kind == 1 ? 255 - rng() % 3 : (rng() % 2) * 255);
+          const Image dst = makeImage(4, roi, padded, rng);
+          expectMatchesReference(
+              GetParam(), src, dst,
+              [&](Image& s, Image& d) {
+                return ippiFilterGauss_8u_AC4R(s.at(), s.step, d.at(), d.step, roi, mask);
+              },
+              describe("FilterGauss", roi, padded) + " mask " + std::to_string(mask) + " kind " +
+                  std::to_string(kind),
+              0, 3);
+          if (HasFatalFailure()) return;
+        }
 }
 
 FQ_IPP_INSTANTIATE_FAST_TARGETS(FilterTarget);

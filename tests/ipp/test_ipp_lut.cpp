@@ -55,12 +55,13 @@ struct Curves {
   int n[4];
   // same: every channel the same curve (the fast kernels' one-table path).
   Curves(std::mt19937& rng, bool same) {
-    for (int k = 0; k < 4; ++k) c[k] = same && k > 0 ? c[0] : randomCurve(rng);
-    for (int k = 0; k < 4; ++k) {
-      values[k] = c[k].values.data();
-      levels[k] = c[k].levels.data();
-      n[k] = static_cast<int>(c[k].values.size());
-    }
+    for (int k = 0; k < 4; ++k) set(k, same && k > 0 ? c[0] : randomCurve(rng));
+  }
+  void set(int k, const Curve& curve) {
+    c[k] = curve;
+    values[k] = c[k].values.data();
+    levels[k] = c[k].levels.data();
+    n[k] = static_cast<int>(c[k].values.size());
   }
 };
 
@@ -87,14 +88,9 @@ TEST_P(LutTarget, MatchesReference) {
           Curves cv(rng, ++i % 3 == 0);
           const Image src = makeImage(pixelBytes, roi, padded, rng);
           const Image dst = makeImage(pixelBytes, roi, padded, rng);
-          const std::string what = describe(m.name, roi, padded) + " C" + std::to_string(pixelBytes);
-          expectMatchesReference(
-              GetParam(), src, dst, [&](Image& s, Image& d) { return run(m, pixelBytes, s, d, cv); }, what, 0,
-              pixelBytes);
-          // In place: the source is the destination.
-          expectMatchesReference(
-              GetParam(), src, src, [&](Image&, Image& d) { return run(m, pixelBytes, d, d, cv); },
-              what + " in place", 0, pixelBytes);
+          expectMatchesReferenceOutAndInPlace(
+              GetParam(), src, dst, [&](Image& s, Image& d) { return run(m, pixelBytes, s, d, cv); },
+              describe(m.name, roi, padded) + " C" + std::to_string(pixelBytes), 0, pixelBytes);
           if (HasFatalFailure()) return;
         }
 }
@@ -109,10 +105,7 @@ TEST_P(LutTarget, LastChannelDiffering) {
       for (IppiSize roi : {IppiSize{67, 3}, IppiSize{256, 2}})
         for (bool padded : {false, true}) {
           Curves cv(rng, true);
-          cv.c[pixelBytes - 1] = randomCurve(rng);
-          cv.values[pixelBytes - 1] = cv.c[pixelBytes - 1].values.data();
-          cv.levels[pixelBytes - 1] = cv.c[pixelBytes - 1].levels.data();
-          cv.n[pixelBytes - 1] = static_cast<int>(cv.c[pixelBytes - 1].values.size());
+          cv.set(pixelBytes - 1, randomCurve(rng));
           Image src = makeImage(pixelBytes, roi, padded, rng);
           for (int y = 0; y < roi.height; ++y)
             for (int x = 0; x < roi.width * pixelBytes; ++x)
@@ -158,12 +151,8 @@ TEST(Lut, LinearInterpolatesAndRounds) {
     for (int s = 0; s < 256; ++s) EXPECT_EQ(out[s], static_cast<int>(std::floor(s * 255.0 / 256 + 0.5)));
   }
   for (const auto& out : rampThrough(ippiLUT_Linear_8u_C1R, {100, 0, 50}, {50, 60, 160})) {
-    EXPECT_EQ(out[49], 49);
-    EXPECT_EQ(out[50], 100);
-    EXPECT_EQ(out[55], 50);
-    EXPECT_EQ(out[60], 0);
-    EXPECT_EQ(out[110], 25);
-    EXPECT_EQ(out[160], 160);
+    for (auto [s, v] : {std::pair{49, 49}, {50, 100}, {55, 50}, {60, 0}, {110, 25}, {160, 160}})
+      EXPECT_EQ(out[s], v) << s;
   }
 }
 

@@ -37,6 +37,18 @@ struct Buffers {
 
 using Call = std::function<IppStatus(Buffers&)>;
 
+// fn(a, dst, args...) and fn(a, b, dst, args...) over the whole ROI.
+template <class Fn, class... Args>
+Call oneSource(Fn fn, Args... args) {
+  return [=](Buffers& f) { return fn(f.a.data(), f.step, f.dst.data(), f.step, kRoi, args...); };
+}
+template <class Fn, class... Args>
+Call twoSources(Fn fn, Args... args) {
+  return [=](Buffers& f) {
+    return fn(f.a.data(), f.step, f.b.data(), f.step, f.dst.data(), f.step, kRoi, args...);
+  };
+}
+
 struct Case {
   const char* name;
   int pixelBytes;
@@ -54,34 +66,13 @@ std::vector<Case> Cases() {
         yMap.push_back(static_cast<Ipp32f>(y) * 0.95f + 1.5f);
       }
   return {
-      {"copy C3", 3,
-       [](Buffers& f) { return ippiCopy_8u_C3R(f.a.data(), f.step, f.dst.data(), f.step, kRoi); }},
-      {"mirror C3 vertical", 3,
-       [](Buffers& f) {
-         return ippiMirror_8u_C3R(f.a.data(), f.step, f.dst.data(), f.step, kRoi, ippAxsVertical);
-       }},
-      {"mirror C4 both", 4,
-       [](Buffers& f) {
-         return ippiMirror_8u_C4R(f.a.data(), f.step, f.dst.data(), f.step, kRoi, ippAxsBoth);
-       }},
-      {"threshold C3", 3,
-       [](Buffers& f) {
-         return ippiThreshold_LTValGTVal_8u_C3R(f.a.data(), f.step, f.dst.data(), f.step, kRoi, lt, vlt, gt,
-                                                vgt);
-       }},
-      {"colour twist AC4", 4,
-       [](Buffers& f) {
-         return ippiColorTwist32f_8u_AC4R(f.a.data(), f.step, f.dst.data(), f.step, kRoi, twist);
-       }},
-      {"divide C3 (zero divisors)", 3,
-       [](Buffers& f) {
-         return ippiDiv_8u_C3RSfs(f.a.data(), f.step, f.b.data(), f.step, f.dst.data(), f.step, kRoi, 0);
-       }},
-      {"alpha over", 4,
-       [](Buffers& f) {
-         return ippiAlphaComp_8u_AC4R(f.a.data(), f.step, f.b.data(), f.step, f.dst.data(), f.step, kRoi,
-                                      ippAlphaOver);
-       }},
+      {"copy C3", 3, oneSource(ippiCopy_8u_C3R)},
+      {"mirror C3 vertical", 3, oneSource(ippiMirror_8u_C3R, ippAxsVertical)},
+      {"mirror C4 both", 4, oneSource(ippiMirror_8u_C4R, ippAxsBoth)},
+      {"threshold C3", 3, oneSource(ippiThreshold_LTValGTVal_8u_C3R, lt, vlt, gt, vgt)},
+      {"colour twist AC4", 4, oneSource(ippiColorTwist32f_8u_AC4R, twist)},
+      {"divide C3 (zero divisors)", 3, twoSources(ippiDiv_8u_C3RSfs, 0)},
+      {"alpha over", 4, twoSources(ippiAlphaComp_8u_AC4R, ippAlphaOver)},
       {"remap C3 linear", 3,
        [](Buffers& f) {
          return ippiRemap_8u_C3R(f.a.data(), kRoi, f.step, {0, 0, kRoi.width, kRoi.height}, xMap.data(),
