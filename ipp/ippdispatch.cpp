@@ -1,6 +1,7 @@
 #include "ipp/ippdispatch.h"
 
 #include "ipp/kernels/ippkernels.h"
+#include "ipp/kernels/ipplutkernels.h"
 
 #include <atomic>
 #include <cctype>
@@ -60,6 +61,11 @@ int resolveTarget() noexcept {
   int expected = kTargetUnresolved;
   g_target.compare_exchange_strong(expected, targetFromEnvironment(), std::memory_order_relaxed);
   return g_target.load(std::memory_order_relaxed);
+}
+
+bool cpuHasAvx512Vbmi() noexcept {
+  __builtin_cpu_init();
+  return __builtin_cpu_supports("avx512vbmi");
 }
 
 } // namespace ipp_detail

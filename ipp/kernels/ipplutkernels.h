@@ -40,11 +40,15 @@ struct LutKernels {
 extern const LutKernels kLutReference;
 extern const LutKernels kLutPortable;
 extern const LutKernels kLutAvx2;
+extern const LutKernels kLutAvx512; // needs VBMI as well
+
+// Whether the CPU has the AVX-512 byte permutes (VBMI).
+bool cpuHasAvx512Vbmi() noexcept;
 
 inline const LutKernels& lutKernels() noexcept {
-  // The AVX2 kernels are memory-bound already; AVX-512 CPUs run them too.
-  static constexpr const LutKernels* tables[kTargetCount] = {&kLutReference, &kLutPortable, &kLutAvx2,
-                                                             &kLutAvx2};
+  // AVX-512 CPUs without VBMI would gain nothing over the AVX2 shuffles.
+  static const LutKernels* const avx512 = cpuHasAvx512Vbmi() ? &kLutAvx512 : &kLutAvx2;
+  const LutKernels* const tables[kTargetCount] = {&kLutReference, &kLutPortable, &kLutAvx2, avx512};
   return *tables[currentTarget()];
 }
 

@@ -81,6 +81,26 @@ inline V maskLoadBytes(Mask k, const void* p) {
   return r;
 }
 
+// Byte i from the 128 bytes of a then b, at bits 0-6 of idx's byte i.
+inline V permuteBytes2(V a, V idx, V b) {
+  V r;
+  for (int i = 0; i < 64; ++i) {
+    const int k = idx.b[i] & 127;
+    r.b[i] = k < 64 ? a.b[k] : b.b[k - 64];
+  }
+  return r;
+}
+inline V blendBytes(Mask k, V a, V b) {
+  for (int i = 0; i < 64; ++i)
+    if ((k >> i) & 1) a.b[i] = b.b[i];
+  return a;
+}
+inline Mask topBits(V v) {
+  Mask m = 0;
+  for (int i = 0; i < 64; ++i) m |= static_cast<Mask>(v.b[i] >> 7) << i;
+  return m;
+}
+
 } // namespace avx512emu
 
 #define __m512i avx512emu::V
@@ -97,3 +117,6 @@ inline V maskLoadBytes(Mask k, const void* p) {
 #define _mm512_setr_epi32 avx512emu::setrDwords
 #define _mm512_mask_storeu_epi8 avx512emu::maskStoreBytes
 #define _mm512_maskz_loadu_epi8 avx512emu::maskLoadBytes
+#define _mm512_permutex2var_epi8 avx512emu::permuteBytes2
+#define _mm512_mask_blend_epi8 avx512emu::blendBytes
+#define _mm512_movepi8_mask avx512emu::topBits
