@@ -30,13 +30,18 @@ Bytes Row(const IFQImageBuffer& f, int y) {
   return row;
 }
 
-TEST(CommonCombine, TouchingPicturesLieSideBySideThroughAZeroWideOverlap) {
+// Picture 2's size is unknown (0 x 0) until its input starts: apart, no
+// size yet; once it starts, the pictures touch through a zero-wide overlap.
+TEST(CommonCombine, TouchingPicturesLieSideBySideOnceTheLateInputJoins) {
   Rig rig;
   rig.combiner->Offset.SetHorizontal(8); // picture 1 starts where picture 2 ends
+  rig.source1->StartStream(6, 4, vf24Bit, 400000);
+  EXPECT_EQ(rig.grabber->GetStreamInfo().Width, 0);
+  rig.source2->StartStream(8, 4, vf24Bit, 400000);
+  EXPECT_EQ(rig.grabber->GetStreamInfo().Width, 14);
   const IFQImageBuffer out = rig.Run(6, 4, 8, 4);
   ASSERT_EQ(out.GetSize(), (SIZE{14, 4}));
-  EXPECT_TRUE(rig.combiner->GetOverlapping());
-  EXPECT_EQ(rig.combiner->GetPane(2, 2).Roi.cx, 0);
+  EXPECT_TRUE(rig.combiner->GetOverlapping()); // touching counts as overlapping
   const Bytes expected = {100, 100, 100, 100, 100, 100, 100, 100, 10, 10, 10, 10, 10, 10};
   for (int y = 0; y < 4; ++y) EXPECT_EQ(Row(out, y), expected);
 }
@@ -59,7 +64,6 @@ TEST(CommonCombine, SeparatePicturesKeepTheOutputOfTheLastOverlap) {
   ASSERT_EQ(out.GetSize(), (SIZE{8, 4}));
   // Picture 1 at 0 (6 wide), background, picture 2 would start at 10: hidden.
   EXPECT_EQ(Row(out, 0), (Bytes{10, 10, 10, 10, 10, 10, 0, 0}));
-  EXPECT_EQ(rig.combiner->GetSeparatePane(2).PicToShow, psNone);
 }
 
 TEST(CommonCombine, IntersectKeepsItsSizeWhenTheOffsetChangesWhileRunning) {
@@ -106,8 +110,6 @@ TEST(CommonCombine, CornersNeitherPictureCoversShowTheBackgroundInEachFormat) {
     rig.combiner->Offset.SetVertical(2);
     const IFQImageBuffer out = rig.Run(8, 8, 8, 8, c.format);
     ASSERT_EQ(out.GetSize(), (SIZE{10, 10}));
-    EXPECT_EQ(rig.combiner->GetPane(1, 3).PicToShow, psBackground);
-    EXPECT_EQ(rig.combiner->GetPane(3, 1).PicToShow, psBackground);
     EXPECT_EQ(PixelAt(out, 9, 0), c.pixel) << int(c.format);
     EXPECT_EQ(PixelAt(out, 0, 9), c.pixel) << int(c.format);
     EXPECT_EQ(PixelAt(out, 0, 0)[0], 100); // picture 2's corner
@@ -146,16 +148,6 @@ TEST(CommonCombine, AStoppedInputIsReplacedByTheBackground) {
   rig.source1->Push(Solid(4, 4, vf24Bit, 10));
   EXPECT_EQ(rig.grabber->GetFrameCount(), before + 1);
   EXPECT_EQ(Row(rig.grabber->GetLastFrame(), 0), Bytes(4, 15)); // 10 + background 5
-}
-
-TEST(CommonCombine, AnInputJoiningLateFixesTheOutputSizeAgain) {
-  Rig rig;
-  rig.combiner->Offset.SetHorizontal(8);
-  rig.source1->StartStream(6, 4, vf24Bit, 400000); // picture 2 unknown (0 x 0): apart, no size yet
-  EXPECT_EQ(rig.grabber->GetStreamInfo().Width, 0);
-  rig.source2->StartStream(8, 4, vf24Bit, 400000);
-  EXPECT_EQ(rig.grabber->GetStreamInfo().Width, 14);
-  EXPECT_EQ(rig.Run(6, 4, 8, 4).GetSize(), (SIZE{14, 4}));
 }
 
 } // namespace

@@ -11,6 +11,8 @@
 namespace framquist {
 namespace {
 
+using Times = std::vector<std::vector<std::int64_t>>;
+
 // Records each computed set: which input drove it and the start time of
 // every input's current frame.
 class TProbe : public TFQMultiInput {
@@ -27,11 +29,8 @@ public:
   std::string_view GetClassName() const override { return "TProbe"; }
   TFQPWImageSinkPin& In(int i) { return *pins_[static_cast<std::size_t>(i)]; }
 
-  struct TSet {
-    int Driver;
-    std::vector<std::int64_t> Times;
-  };
-  std::vector<TSet> Sets; // guarded by the lock
+  std::vector<int> Drivers; // both guarded by the lock
+  Times Sets;
   std::int64_t OutputInterval() {
     TPWLockHold hold = GetLock().Read();
     return outputInterval_;
@@ -43,10 +42,10 @@ protected:
     OutputPin.SendStart(Params.MaxWidth, Params.MaxHeight, Params.Interval, Params.Format, Params.Rate);
   }
   void CalculateSendOutput() override {
-    TSet set{drivingInput_ == pins_[0].get() ? 0 : 1, {}};
+    Drivers.push_back(drivingInput_ == pins_[0].get() ? 0 : 1);
+    auto& times = Sets.emplace_back();
     for (auto& pin : pins_)
-      set.Times.push_back(pin->Stream.CurrentFrame.IsEmpty() ? -1 : pin->Stream.CurrentFrame.GetStartTime());
-    Sets.push_back(set);
+      times.push_back(pin->Stream.CurrentFrame.IsEmpty() ? -1 : pin->Stream.CurrentFrame.GetStartTime());
     OutputPin.SendFrame(IFQImageBuffer::Create(2, 2, vf24Bit));
   }
 
@@ -62,10 +61,20 @@ struct Rig {
     }
     EXPECT_TRUE(probe->OutputPin.Connect(grabber->InputPin));
   }
-  void Push(int input, std::int64_t time) {
-    IFQImageBuffer f = IFQImageBuffer::Create(2, 2, vf24Bit);
-    f.SetTimes(time, time + 1);
-    sources[static_cast<std::size_t>(input)]->Push(f);
+  void Start(int input, std::int64_t interval = 400000) {
+    sources[static_cast<std::size_t>(input)]->StartStream(2, 2, vf24Bit, interval);
+  }
+  // Pushes one frame per {input, start time}, in order.
+  void Push(std::initializer_list<std::pair<int, std::int64_t>> frames) {
+    for (const auto& [input, time] : frames) {
+      IFQImageBuffer f = IFQImageBuffer::Create(2, 2, vf24Bit);
+      f.SetTimes(time, time + 1);
+      sources[static_cast<std::size_t>(input)]->Push(f);
+    }
+  }
+  Times Sets() {
+    TPWLockHold hold = probe->GetLock().Read();
+    return probe->Sets;
   }
   TPWOwned<TProbe> probe;
   std::vector<TPWOwned<TFQImageSource>> sources;
@@ -74,8 +83,8 @@ struct Rig {
 
 TEST(MultiInput, OneInputAtRateChannelMinusOneGivesOneOutputPerFrame) {
   Rig rig(false, 1);
-  rig.sources[0]->StartStream(2, 2, vf24Bit, 400000);
-  for (int i = 1; i <= 5; ++i) rig.Push(0, i);
+  rig.Start(0);
+  rig.Push({{0, 1}, {0, 2}, {0, 3}, {0, 4}, {0, 5}});
   EXPECT_EQ(rig.grabber->GetFrameCount(), 5);
   EXPECT_EQ(rig.grabber->GetStartCount(), 1);
   rig.sources[0]->StopStream();
@@ -84,43 +93,26 @@ TEST(MultiInput, OneInputAtRateChannelMinusOneGivesOneOutputPerFrame) {
 
 TEST(MultiInput, WaitsForEveryInputThenTheFasterOneDrives) {
   Rig rig;
-  rig.sources[0]->StartStream(2, 2, vf24Bit, 800000); // 12.5 per second
-  EXPECT_EQ(rig.grabber->GetStartCount(), 0);         // input 1 is connected but not running
-  rig.Push(0, 1);
-  rig.sources[1]->StartStream(2, 2, vf24Bit, 400000); // 25 per second
+  rig.Start(0, 800000);                       // 12.5 per second
+  EXPECT_EQ(rig.grabber->GetStartCount(), 0); // input 1 is connected but not running
+  rig.Push({{0, 1}});
+  rig.Start(1); // 25 per second
   EXPECT_EQ(rig.grabber->GetStartCount(), 1);
   EXPECT_EQ(rig.grabber->GetStreamInfo().Interval, 400000); // the faster input's pace
-  rig.Push(1, 10);
-  rig.Push(1, 11);
-  rig.Push(0, 2);
-  rig.Push(0, 3);
-  rig.Push(1, 12);
+  rig.Push({{1, 10}, {1, 11}, {0, 2}, {0, 3}, {1, 12}});
+  EXPECT_EQ(rig.Sets(), (Times{{1, 10}, {1, 11}, {3, 12}})); // the slow frame is reused
   TPWLockHold hold = rig.probe->GetLock().Read();
-  ASSERT_EQ(rig.probe->Sets.size(), 3u);
-  for (const auto& set : rig.probe->Sets) EXPECT_EQ(set.Driver, 1);
-  EXPECT_EQ(rig.probe->Sets[0].Times, (std::vector<std::int64_t>{1, 10}));
-  EXPECT_EQ(rig.probe->Sets[1].Times, (std::vector<std::int64_t>{1, 11})); // the slow frame is reused
-  EXPECT_EQ(rig.probe->Sets[2].Times, (std::vector<std::int64_t>{3, 12}));
+  EXPECT_EQ(rig.probe->Drivers, (std::vector<int>{1, 1, 1}));
 }
 
 TEST(MultiInput, EqualRatesPairFramesAndQueuedInputsPairThemInOrder) {
   for (const bool queued : {false, true}) {
     Rig rig(queued);
-    rig.sources[0]->StartStream(2, 2, vf24Bit, 400000);
-    rig.sources[1]->StartStream(2, 2, vf24Bit, 400000);
-    rig.Push(0, 1);
-    rig.Push(0, 2); // input 0 runs ahead
-    rig.Push(1, 11);
-    rig.Push(1, 12);
-    TPWLockHold hold = rig.probe->GetLock().Read();
-    if (queued) {
-      ASSERT_EQ(rig.probe->Sets.size(), 2u);
-      EXPECT_EQ(rig.probe->Sets[0].Times, (std::vector<std::int64_t>{1, 11}));
-      EXPECT_EQ(rig.probe->Sets[1].Times, (std::vector<std::int64_t>{2, 12}));
-    } else { // a plain input keeps only its newest frame, so one pair is lost
-      ASSERT_EQ(rig.probe->Sets.size(), 1u);
-      EXPECT_EQ(rig.probe->Sets[0].Times, (std::vector<std::int64_t>{2, 11}));
-    }
+    rig.Start(0);
+    rig.Start(1);
+    rig.Push({{0, 1}, {0, 2}, {1, 11}, {1, 12}}); // input 0 runs ahead
+    // A plain input keeps only its newest frame, so one pair is lost.
+    EXPECT_EQ(rig.Sets(), queued ? (Times{{1, 11}, {2, 12}}) : (Times{{2, 11}}));
   }
 }
 
@@ -128,8 +120,8 @@ TEST(MultiInput, OutputStopsWithTheLastInputUnlessAfterStopKeepsItAlive) {
   for (const TFQMixerAfterStop mode : {asStop, asZero, asLastFrame}) {
     Rig rig;
     rig.probe->SetAfterStop(mode);
-    rig.sources[0]->StartStream(2, 2, vf24Bit, 400000);
-    rig.sources[1]->StartStream(2, 2, vf24Bit, 400000);
+    rig.Start(0);
+    rig.Start(1);
     rig.sources[0]->StopStream();
     EXPECT_EQ(rig.grabber->GetStopCount(), 0);
     rig.sources[1]->StopStream();
@@ -145,24 +137,23 @@ TEST(MultiInput, MasterPumpsFollowEachInputsCountdown) {
   int pumped[2] = {0, 0};
   rig.sources[0]->SetOnPump([&] { ++pumped[0]; });
   rig.sources[1]->SetOnPump([&] { ++pumped[1]; });
-  auto pump = [&] { rig.grabber->InputPin.SendUpstream(std::make_shared<TPWMasterPumpOperation>()); };
-
+  // Pumps n times; returns how often each input was pumped.
+  auto pump = [&](int n) {
+    pumped[0] = pumped[1] = 0;
+    for (int i = 0; i < n; ++i)
+      rig.grabber->InputPin.SendUpstream(std::make_shared<TPWMasterPumpOperation>());
+    return std::vector<int>{pumped[0], pumped[1]};
+  };
   // Output interval 0: every input is pumped exactly once per request.
-  rig.sources[0]->StartStream(2, 2, vf24Bit, 0);
-  rig.sources[1]->StartStream(2, 2, vf24Bit, 0);
+  rig.Start(0, 0);
+  rig.Start(1, 0);
   ASSERT_EQ(rig.probe->OutputInterval(), 0);
-  for (int i = 0; i < 3; ++i) pump();
-  EXPECT_EQ(pumped[0], 3);
-  EXPECT_EQ(pumped[1], 3);
-
+  EXPECT_EQ(pump(3), (std::vector<int>{3, 3}));
   // An input twice as slow as the output is pumped every second time.
-  rig.sources[0]->StartStream(2, 2, vf24Bit, 800000);
-  rig.sources[1]->StartStream(2, 2, vf24Bit, 400000);
+  rig.Start(0, 800000);
+  rig.Start(1);
   ASSERT_EQ(rig.probe->OutputInterval(), 400000);
-  pumped[0] = pumped[1] = 0;
-  for (int i = 0; i < 6; ++i) pump();
-  EXPECT_EQ(pumped[0], 3);
-  EXPECT_EQ(pumped[1], 6);
+  EXPECT_EQ(pump(6), (std::vector<int>{3, 6}));
 }
 
 TEST(MultiInput, AStartRequestWithNoInputConnectedAsksDownstreamToPump) {

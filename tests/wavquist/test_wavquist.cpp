@@ -4,7 +4,6 @@
 
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <future>
 #include <memory>
 #include <thread>
@@ -202,23 +201,19 @@ TEST_F(WQMainThread, CallerLoopRunsPendingInOrderOnTheCallingThread) {
   EXPECT_EQ(TWQMainThread::ProcessPending(), 0);
 }
 
-TEST_F(WQMainThread, NotifyCoalescesAndNotifyFromTheCallbackRunsAgain) {
+// A notify from inside the callback runs it again; dropping the queue or the
+// notifier cancels the pending run, and a notifier may destroy itself.
+TEST_F(WQMainThread, NotifyCoalescesReRunsAndCancels) {
   TWQMainThread::UseCallerLoop();
   int runs = 0;
-  TWQMainThreadNotify notify([&] {
-    if (++runs == 1) notify.Notify();
+  std::unique_ptr<TWQMainThreadNotify> notify;
+  notify = std::make_unique<TWQMainThreadNotify>([&] {
+    if (++runs == 1) notify->Notify();
   });
-  for (int i = 0; i < 3; ++i) notify.Notify();
+  for (int i = 0; i < 3; ++i) notify->Notify();
   EXPECT_EQ(TWQMainThread::ProcessPending(), 1);
   EXPECT_EQ(TWQMainThread::ProcessPending(), 1);
   EXPECT_EQ(TWQMainThread::ProcessPending(), 0);
-  EXPECT_EQ(runs, 2);
-}
-
-TEST_F(WQMainThread, DestroyingOrDroppingCancelsThePendingRun) {
-  TWQMainThread::UseCallerLoop();
-  int runs = 0;
-  auto notify = std::make_unique<TWQMainThreadNotify>([&] { ++runs; });
   notify->Notify();
   TWQMainThread::Reset(); // drops the queued run; the notifier must be able to post again
   TWQMainThread::UseCallerLoop();
@@ -227,7 +222,7 @@ TEST_F(WQMainThread, DestroyingOrDroppingCancelsThePendingRun) {
   notify->Notify();
   notify.reset();
   EXPECT_EQ(TWQMainThread::ProcessPending(), 0);
-  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(runs, 3);
 
   std::unique_ptr<TWQMainThreadNotify> self;
   self = std::make_unique<TWQMainThreadNotify>([&] {
@@ -236,23 +231,16 @@ TEST_F(WQMainThread, DestroyingOrDroppingCancelsThePendingRun) {
   });
   self->Notify();
   EXPECT_EQ(TWQMainThread::ProcessPending(), 1);
-  EXPECT_EQ(runs, 2);
+  EXPECT_EQ(runs, 4);
 }
 
-TEST_F(WQMainThread, DefaultModeRunsOnTheLibraryThread) {
+// By default callbacks run on the library's thread, and destroying a
+// notifier waits for the callback it is running.
+TEST_F(WQMainThread, DefaultModeRunsOnTheLibraryThreadAndDestructorWaits) {
   char name[16] = {};
-  std::atomic<bool> ran{false};
-  TWQMainThread::Post([&] {
-    pthread_getname_np(pthread_self(), name, sizeof name);
-    ran = true;
-  });
-  ASSERT_TRUE(WaitFor([&] { return ran.load(); }));
-  EXPECT_STREQ(name, "framquist main");
-}
-
-TEST_F(WQMainThread, DestructorWaitsForARunningCallback) {
   std::atomic<bool> inside{false}, finished{false};
   auto notify = std::make_unique<TWQMainThreadNotify>([&] {
+    pthread_getname_np(pthread_self(), name, sizeof name);
     inside = true;
     std::this_thread::sleep_for(50ms);
     finished = true;
@@ -261,4 +249,5 @@ TEST_F(WQMainThread, DestructorWaitsForARunningCallback) {
   ASSERT_TRUE(WaitFor([&] { return inside.load(); }));
   notify.reset();
   EXPECT_TRUE(finished);
+  EXPECT_STREQ(name, "framquist main");
 }
