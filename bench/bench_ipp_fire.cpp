@@ -11,6 +11,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "benchsupport.h"
+
 #include <cstring>
 #include <vector>
 
@@ -36,15 +38,7 @@ struct Frames {
 template <class Op>
 void run(benchmark::State& state, IppTarget target, Op op) {
   Frames f;
-  const IppTarget saved = ippGetTarget();
-  state.SetLabel(ippTargetName(ippSetTarget(target)));
-  for (auto _ : state) {
-    op(f);
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  ippSetTarget(saved);
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(kBytes));
+  bench::timeAtTarget(state, target, kBytes, f.dst.data(), [&] { op(f); });
 }
 
 void Memcpy32(benchmark::State& state) {

@@ -9,6 +9,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "benchsupport.h"
+
 #include <cstring>
 #include <functional>
 #include <string>
@@ -29,23 +31,7 @@ struct Frames {
   std::vector<Ipp8u> src, dst;
 };
 
-// An S-curve of five points per channel; "own" shifts it per channel.
-struct Curves {
-  explicit Curves(bool own) {
-    for (int c = 0; c < 4; ++c) {
-      const int shift = own ? 10 * c : 0;
-      values[c] = {0, 40 + shift, 128, 215 - shift, 255};
-      levels[c] = {0, 64, 128, 192, 256};
-      pv[c] = values[c].data();
-      pl[c] = levels[c].data();
-      n[c] = 5;
-    }
-  }
-  std::vector<Ipp32s> values[4], levels[4];
-  const Ipp32s* pv[4];
-  const Ipp32s* pl[4];
-  int n[4];
-};
+using Curves = bench::LutCurves;
 
 using Op = std::function<void(Frames&, Curves&)>;
 
@@ -53,15 +39,7 @@ void runOp(benchmark::State& state, IppiSize frame, int pixelBytes, bool own, Ip
            const Op& op) {
   Frames f(frame, pixelBytes);
   Curves c(own);
-  const IppTarget saved = ippGetTarget();
-  state.SetLabel(ippTargetName(ippSetTarget(target)));
-  for (auto _ : state) {
-    op(f, c);
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  ippSetTarget(saved);
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
+  bench::timeAtTarget(state, target, f.src.size(), f.dst.data(), [&] { op(f, c); });
 }
 
 void memcpyFrame(benchmark::State& state, IppiSize frame, int pixelBytes) {

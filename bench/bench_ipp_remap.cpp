@@ -8,6 +8,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "benchsupport.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -71,16 +73,6 @@ void remapFrame(benchmark::State& state, const Layout& l, int mode, IppTarget ta
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
 }
 
-void memcpyFrame(benchmark::State& state, int pixelBytes) {
-  Frames f(pixelBytes);
-  for (auto _ : state) {
-    std::memcpy(f.dst.data(), f.src.data(), f.src.size());
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
-}
-
 // One refracted 640x480 frame: wave step, maps and the remap.
 void rippleFrame(benchmark::State& state) {
   auto source = Make<TFQImageSource>();
@@ -101,7 +93,7 @@ void rippleFrame(benchmark::State& state) {
 const int kRegistered = [] {
   for (int pb : {1, 3, 4})
     benchmark::RegisterBenchmark(("Memcpy/" + std::to_string(pb) + "B").c_str(),
-                                 [=](benchmark::State& s) { memcpyFrame(s, pb); });
+                                 [=](benchmark::State& s) { bench::memcpyFrame(s, pb); });
   const std::pair<const char*, int> modes[] = {
       {"NN", IPPI_INTER_NN}, {"Linear", IPPI_INTER_LINEAR}, {"Cubic", IPPI_INTER_CUBIC}};
   for (const Layout& l : kLayouts)

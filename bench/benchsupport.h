@@ -25,20 +25,47 @@ struct Frames {
   std::vector<Ipp8u> src, dst;
 };
 
+// Times body() with one kernel target forced, counting `bytes` per call;
+// `written` is what the compiler must not optimise away.
+template <class Body>
+void timeAtTarget(benchmark::State& state, IppTarget target, std::size_t bytes, const void* written,
+                  Body&& body) {
+  const IppTarget saved = ippGetTarget();
+  state.SetLabel(ippTargetName(ippSetTarget(target)));
+  for (auto _ : state) {
+    body();
+    benchmark::DoNotOptimize(written);
+    benchmark::ClobberMemory();
+  }
+  ippSetTarget(saved);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(bytes));
+}
+
 using Op = std::function<void(Frames&)>;
 
 inline void runOp(benchmark::State& state, int pixelBytes, IppTarget target, const Op& op) {
   Frames f(pixelBytes);
-  const IppTarget saved = ippGetTarget();
-  state.SetLabel(ippTargetName(ippSetTarget(target)));
-  for (auto _ : state) {
-    op(f);
-    benchmark::DoNotOptimize(f.dst.data());
-    benchmark::ClobberMemory();
-  }
-  ippSetTarget(saved);
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(f.src.size()));
+  timeAtTarget(state, target, f.src.size(), f.dst.data(), [&] { op(f); });
 }
+
+// An S-curve of five points per channel for the lookup primitives; with
+// perChannel each channel's curve is shifted a little.
+struct LutCurves {
+  explicit LutCurves(bool perChannel) {
+    for (int c = 0; c < 4; ++c) {
+      const int shift = perChannel ? 10 * c : 0;
+      values[c] = {0, 40 + shift, 128, 215 - shift, 255};
+      levels[c] = {0, 64, 128, 192, 256};
+      pv[c] = values[c].data();
+      pl[c] = levels[c].data();
+      n[c] = 5;
+    }
+  }
+  std::vector<Ipp32s> values[4], levels[4];
+  const Ipp32s* pv[4];
+  const Ipp32s* pl[4];
+  int n[4];
+};
 
 // The yardstick: memcpy of the same bytes.
 inline void memcpyFrame(benchmark::State& state, int pixelBytes) {

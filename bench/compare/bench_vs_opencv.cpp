@@ -13,6 +13,7 @@
 // depends on the values for its speed.
 //
 // Where the semantics differ, the comment at the case says how.
+#include "bench/benchsupport.h"
 #include "ipp/ipp.h"
 
 #include <benchmark/benchmark.h>
@@ -157,23 +158,10 @@ Prepare cvLut(int ch, cv::Mat table) {
 }
 
 // An S-curve of five points, shifted per channel so the channels differ.
-struct Curves {
-  Curves() {
-    for (int c = 0; c < 4; ++c) {
-      values[c] = {0, 40 + 10 * c, 128, 215 - 10 * c, 255};
-      levels[c] = {0, 64, 128, 192, 256};
-      pv[c] = values[c].data();
-      pl[c] = levels[c].data();
-      n[c] = 5;
-    }
-  }
-  std::vector<Ipp32s> values[4], levels[4];
-  const Ipp32s* pv[4];
-  const Ipp32s* pl[4];
-  int n[4];
-};
+using Curves = framquist::bench::LutCurves;
+
 Curves& curves() {
-  static Curves c;
+  static Curves c(true);
   return c;
 }
 
