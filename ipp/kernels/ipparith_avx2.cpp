@@ -1,18 +1,12 @@
 // Two-source arithmetic and logical kernels for CPUs with AVX2 (compiled
 // with -mavx2): 32 bytes at a time. Div as in the portable set.
 #include "ipp/kernels/ipparithrows.h"
-
-#include <immintrin.h>
+#include "ipp/kernels/ippvectors.h"
 
 namespace framquist::ipp_detail {
 namespace {
 
-struct Avx2 {
-  using T = __m256i;
-  static constexpr int kBytes = 32;
-  static T load(const u8* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
-  static void store(u8* p, T v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
-  static T zero() { return _mm256_setzero_si256(); }
+struct Avx2 : Avx2Vec {
   static T ones() { return _mm256_set1_epi8(-1); }
 
   static T add(T a, T b) { return _mm256_adds_epu8(a, b); }

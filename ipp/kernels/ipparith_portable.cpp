@@ -3,18 +3,12 @@
 // 8-bit values is never within 2^-9 of a half unless it is one) and rounds
 // halves to even with the default rounding mode, like the reference.
 #include "ipp/kernels/ipparithrows.h"
-
-#include <emmintrin.h>
+#include "ipp/kernels/ippvectors.h"
 
 namespace framquist::ipp_detail {
 namespace {
 
-struct Sse2 {
-  using T = __m128i;
-  static constexpr int kBytes = 16;
-  static T load(const u8* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-  static void store(u8* p, T v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-  static T zero() { return _mm_setzero_si128(); }
+struct Sse2 : Sse2Vec {
   static T ones() { return _mm_set1_epi8(-1); }
 
   static T add(T a, T b) { return _mm_adds_epu8(a, b); }
