@@ -4,6 +4,7 @@
 #include "ipp/ippalpha.h"
 #include "ipp/ipparith.h"
 #include "ipp/ippcolortwist.h"
+#include "ipp/ippconvert.h"
 #include "ipp/ippcopy.h"
 #include "ipp/ippdefs.h"
 #include "ipp/ippdispatch.h"

@@ -101,6 +101,112 @@ inline Mask topBits(V v) {
   return m;
 }
 
+// Element-wise arithmetic for the conversion kernels.
+inline std::uint16_t u16(const V& v, int i) {
+  return static_cast<std::uint16_t>(v.b[2 * i] | (v.b[2 * i + 1] << 8));
+}
+inline std::int16_t i16(const V& v, int i) { return static_cast<std::int16_t>(u16(v, i)); }
+inline void setU16(V& v, int i, unsigned x) {
+  v.b[2 * i] = static_cast<std::uint8_t>(x);
+  v.b[2 * i + 1] = static_cast<std::uint8_t>(x >> 8);
+}
+inline void setI32(V& v, int i, std::int32_t x) { std::memcpy(v.b + 4 * i, &x, 4); }
+
+inline V set1Dwords(int x) {
+  V r;
+  for (int i = 0; i < 16; ++i) setI32(r, i, x);
+  return r;
+}
+inline V and_(V a, V b) {
+  for (int i = 0; i < 64; ++i) a.b[i] &= b.b[i];
+  return a;
+}
+// Shifts by a count of the element width or more give zero.
+inline V shiftLeftWords(V a, unsigned n) {
+  for (int i = 0; i < 32; ++i) setU16(a, i, n > 15 ? 0 : u16(a, i) << n);
+  return a;
+}
+inline V shiftRightWords(V a, unsigned n) {
+  for (int i = 0; i < 32; ++i) setU16(a, i, n > 15 ? 0 : u16(a, i) >> n);
+  return a;
+}
+inline V shiftRightDwords(V a, unsigned n) {
+  for (int i = 0; i < 16; ++i)
+    setI32(a, i, n > 31 ? 0 : static_cast<std::int32_t>(static_cast<std::uint32_t>(i32(a, i)) >> n));
+  return a;
+}
+inline V addDwords(V a, V b) {
+  for (int i = 0; i < 16; ++i)
+    setI32(a, i,
+           static_cast<std::int32_t>(static_cast<std::uint32_t>(i32(a, i)) +
+                                     static_cast<std::uint32_t>(i32(b, i))));
+  return a;
+}
+// High half of unsigned 16-bit products.
+inline V mulhiWordsU(V a, V b) {
+  for (int i = 0; i < 32; ++i) setU16(a, i, (static_cast<unsigned>(u16(a, i)) * u16(b, i)) >> 16);
+  return a;
+}
+// Signed 16-bit products, adjacent pairs summed to 32 bits.
+inline V maddWords(V a, V b) {
+  V r;
+  for (int i = 0; i < 16; ++i)
+    setI32(r, i, i16(a, 2 * i) * i16(b, 2 * i) + i16(a, 2 * i + 1) * i16(b, 2 * i + 1));
+  return r;
+}
+// Unsigned bytes of a times signed bytes of b, adjacent pairs summed with
+// signed 16-bit saturation.
+inline V maddubsBytes(V a, V b) {
+  V r;
+  for (int i = 0; i < 32; ++i) {
+    int s = a.b[2 * i] * static_cast<std::int8_t>(b.b[2 * i]) +
+            a.b[2 * i + 1] * static_cast<std::int8_t>(b.b[2 * i + 1]);
+    s = s < -32768 ? -32768 : s > 32767 ? 32767 : s;
+    setU16(r, i, static_cast<unsigned>(s));
+  }
+  return r;
+}
+// Per 16-byte lane: a's elements then b's, narrowed with unsigned saturation.
+inline V packusDwords(V a, V b) {
+  V r;
+  for (int lane = 0; lane < 4; ++lane)
+    for (int i = 0; i < 8; ++i) {
+      const std::int32_t x = i32(i < 4 ? a : b, 4 * lane + i % 4);
+      setU16(r, 8 * lane + i, static_cast<unsigned>(x < 0 ? 0 : x > 65535 ? 65535 : x));
+    }
+  return r;
+}
+inline V packusWords(V a, V b) {
+  V r;
+  for (int lane = 0; lane < 4; ++lane)
+    for (int i = 0; i < 16; ++i) {
+      const int x = i16(i < 8 ? a : b, 8 * lane + i % 8);
+      r.b[16 * lane + i] = static_cast<std::uint8_t>(x < 0 ? 0 : x > 255 ? 255 : x);
+    }
+  return r;
+}
+// Per 16-byte lane: words 0-3 (lo) or 4-7 (hi) of a and b, interleaved.
+inline V unpackWords(V a, V b, int half) {
+  V r;
+  for (int lane = 0; lane < 4; ++lane)
+    for (int i = 0; i < 4; ++i) {
+      setU16(r, 8 * lane + 2 * i, u16(a, 8 * lane + 4 * half + i));
+      setU16(r, 8 * lane + 2 * i + 1, u16(b, 8 * lane + 4 * half + i));
+    }
+  return r;
+}
+inline V unpackloWords(V a, V b) { return unpackWords(a, b, 0); }
+inline V unpackhiWords(V a, V b) { return unpackWords(a, b, 1); }
+// Dword i from a or b (bit 4 of its index) at index bits 0-3.
+inline V permuteDwords2(V a, V idx, V b) {
+  V r;
+  for (int i = 0; i < 16; ++i) {
+    const std::int32_t k = i32(idx, i);
+    std::memcpy(r.b + 4 * i, ((k & 16) ? b : a).b + 4 * (k & 15), 4);
+  }
+  return r;
+}
+
 } // namespace avx512emu
 
 #define __m512i avx512emu::V
@@ -120,3 +226,20 @@ inline Mask topBits(V v) {
 #define _mm512_permutex2var_epi8 avx512emu::permuteBytes2
 #define _mm512_mask_blend_epi8 avx512emu::blendBytes
 #define _mm512_movepi8_mask avx512emu::topBits
+#define _mm512_set1_epi32 avx512emu::set1Dwords
+#define _mm512_and_si512 avx512emu::and_
+#undef _mm512_slli_epi16 // the immediate shifts are macros in unoptimised builds
+#undef _mm512_srli_epi16
+#undef _mm512_srli_epi32
+#define _mm512_slli_epi16 avx512emu::shiftLeftWords
+#define _mm512_srli_epi16 avx512emu::shiftRightWords
+#define _mm512_srli_epi32 avx512emu::shiftRightDwords
+#define _mm512_add_epi32 avx512emu::addDwords
+#define _mm512_mulhi_epu16 avx512emu::mulhiWordsU
+#define _mm512_madd_epi16 avx512emu::maddWords
+#define _mm512_maddubs_epi16 avx512emu::maddubsBytes
+#define _mm512_packus_epi32 avx512emu::packusDwords
+#define _mm512_packus_epi16 avx512emu::packusWords
+#define _mm512_unpacklo_epi16 avx512emu::unpackloWords
+#define _mm512_unpackhi_epi16 avx512emu::unpackhiWords
+#define _mm512_permutex2var_epi32 avx512emu::permuteDwords2

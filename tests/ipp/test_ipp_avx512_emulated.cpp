@@ -4,6 +4,7 @@
 // per-target tests run the real instructions where the CPU has them.
 #include "ipptest.h"
 
+#include "ipp/kernels/ippconvertkernels.h"
 #include "ipp/kernels/ippkernels.h"
 #include "ipp/kernels/ipplutkernels.h"
 
@@ -15,15 +16,18 @@
 
 #include "avx512emu.h"
 
+#define kConvertAvx512 kConvertAvx512Emulated
 #define kMirrorAvx512 kMirrorAvx512Emulated
 #define kCopyAvx512 kCopyAvx512Emulated
 #define kLutAvx512 kLutAvx512Emulated
 #pragma GCC push_options
 #pragma GCC target("avx2")
+#include "ipp/kernels/ippconvert_avx512.cpp"
 #include "ipp/kernels/ippcopy_avx512.cpp"
 #include "ipp/kernels/ipplut_avx512.cpp"
 #include "ipp/kernels/ippmirror_avx512.cpp"
 #pragma GCC pop_options
+#undef kConvertAvx512
 #undef kMirrorAvx512
 #undef kCopyAvx512
 #undef kLutAvx512
@@ -119,6 +123,27 @@ TEST(Avx512Emulated, MatchesReference) {
         }
         if (HasFatalFailure()) return;
       }
+}
+
+TEST(Avx512Emulated, ConversionsMatchReference) {
+  if (!__builtin_cpu_supports("avx2")) GTEST_SKIP() << "the emulation still needs AVX2";
+  std::mt19937 rng(17);
+  for (IppiSize roi : testSizes())
+    for (bool padded : {false, true})
+      for (int from = 0; from < kPixelFormatCount; ++from)
+        for (int to = 0; to < kPixelFormatCount; ++to) {
+          if (from == to) continue;
+          const Image src = makeImage(kFormatBytes[from], roi, padded, rng),
+                      dst = makeImage(kFormatBytes[to], roi, padded, rng);
+          expectSame(
+              src, dst,
+              [&](bool e, Image& s, Image& d) {
+                (e ? kConvertAvx512Emulated : kConvertReference)
+                    .convert[from][to](s.at(), s.step, d.at(), d.step, roi.width, roi.height);
+              },
+              describe("convert", roi, padded) + " " + std::to_string(from) + " to " + std::to_string(to));
+          if (HasFatalFailure()) return;
+        }
 }
 
 } // namespace
