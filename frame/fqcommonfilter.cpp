@@ -57,57 +57,45 @@ bool TFQCommonFilter::StartFrameOperation(const TPWStartFrameOperation& start) {
   TFQVideoFormat format = start.Format;
   unsigned low = 0, high = 0;
   PWSplitInterval(start.Interval, low, high);
-  bool canStart = true;
-  {
-    TPWLockHold hold = GetLock().Write();
-    Reset();
-    format = NegotiateFormat(format);
-    SetSizeRate(width, height, format, start.Rate, start.Flags, low, high);
-    canStart = CanStart();
-  }
-  if (!canStart) return true;
-  return OutputPin.SendStart(width, height, PWJoinInterval(low, high), format, start.Rate, start.Flags);
+  TPWLockHold hold = GetLock().Write();
+  Reset();
+  format = NegotiateFormat(format);
+  SetSizeRate(width, height, format, start.Rate, start.Flags, low, high);
+  if (CanStart())
+    OutputPin.PostStart(width, height, PWJoinInterval(low, high), format, start.Rate, start.Flags);
+  return true;
 }
 
 bool TFQCommonFilter::StopOperation(const TPWOperation& op) {
-  {
-    TPWLockHold hold = GetLock().Write();
-    StreamStop();
-    stream_.Running = false;
-  }
-  return OutputPin.Notify(op);
+  TPWLockHold hold = GetLock().Write();
+  StreamStop();
+  stream_.Running = false;
+  OutputPin.Post(op);
+  return true;
 }
 
 bool TFQCommonFilter::BufferOperation(const TPWOperation& op) {
   const auto* frame = OpAs<TFQPWImageBufferOperation>(op);
   if (frame == nullptr) return OutputPin.Notify(op);
+  // The frame object is this filter's alone, so it is converted and, for a
+  // filter that works in place, changed where it is: its pixels are copied
+  // only while another frame still shares them.
   IFQImageBuffer in = frame->Buffer;
-  IFQImageBuffer out;
+  // The hold is empty only when this thread already reads the component,
+  // which keeps setters out just the same.
+  TPWLockHold hold = GetLock().Write();
+  SetVideoFormat(in);
+  IFQImageBuffer out = CanInline() ? in : IFQImageBuffer();
+  out.SetPreserveOnWrite(GetPreserveBufferData());
   bool send = true;
-  {
-    // The hold is empty only when this thread already reads the component,
-    // which keeps setters out just the same.
-    TPWLockHold hold = GetLock().Write();
-    SetVideoFormat(in);
-    if (CanInline()) {
-      IFQImageBuffer own; // a frame object of our own, pixels still shared
-      own.Assign(in);
-      in = own;
-      out = own;
-    }
-    out.SetPreserveOnWrite(GetPreserveBufferData());
-    InternalOperation(in, out, GetEnabled(), send);
-  }
-  if (!send) return true;
-  return OutputPin.SendFrame(std::move(out));
+  InternalOperation(in, out, GetEnabled(), send);
+  if (send) OutputPin.PostFrame(std::move(out)); // goes out as the lock is released
+  return true;
 }
 
 void TFQCommonFilter::SetVideoFormat(IFQImageBuffer& Buffer) {
-  if (FQNormalizeFormat(Buffer.GetFormat()) == vf24Bit) return;
-  IFQImageBuffer converted;
-  converted.Assign(Buffer);
-  converted.SetFormat(vf24Bit);
-  Buffer = converted;
+  // Converted where it is: the frame object is the receiver's own.
+  Buffer.SetFormat(vf24Bit);
 }
 
 void TFQCommonFilter::FilterInternalOperation(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer) {
@@ -130,7 +118,9 @@ void TFQCommonFilter::InternalOperation(IFQImageBuffer InBuffer, IFQImageBuffer&
 }
 
 void TFQCommonFilter::ProcessDisabled(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer) {
-  OutBuffer.Assign(InBuffer);
+  // The input object itself goes on: it is ours to hand over, and a second
+  // object would make the next in-place filter copy the pixels.
+  OutBuffer = InBuffer;
 }
 
 // ---- TFQRectRegion ---------------------------------------------------------

@@ -7,9 +7,15 @@
 //   SetVideoFormat(in)                accept the format, or convert to 24-bit
 //   InternalOperation(in, out, ...)   FilterInternalOperation while enabled,
 //                                     ProcessDisabled (pass-through) while not
-// then, with the lock released, out goes through OutputPin. A start-frame
-// arriving calls Reset and SetSizeRate (which may change what is announced)
-// and passes the start on; a stop calls StreamStop and passes it on.
+// then out is posted to OutputPin and goes out as the lock is released. A
+// start-frame arriving calls Reset and SetSizeRate (which may change what is
+// announced) and passes the start on; a stop calls StreamStop and passes it
+// on; starts, frames and stops leave in the order they were computed.
+//
+// The frame a filter receives is its own (no other receiver sees it), so
+// SetVideoFormat converts it where it is, and a CanInline filter gets it as
+// both input and output and changes it in place, copying the pixels only
+// while another frame object still shares them.
 //
 // Pins: InputPin, OutputPin, EnablePin (a boolean arriving sets Enabled).
 // Properties: Enabled (true). TFQCommonROIFilter adds ROI (off: whole frame).
@@ -57,9 +63,9 @@ public:
   //
   // Format negotiation: an override that can work in the buffer's format
   // returns without calling this one; this one converts the frame to 24-bit
-  // (into a frame of its own; the sender's frame is not touched). The frame
-  // also calls it on a 1x1 probe at start to learn the format it announces,
-  // so it must change nothing but the buffer.
+  // (the frame object is the receiver's own; nobody else sees the change).
+  // The frame also calls it on a 1x1 probe at start to learn the format it
+  // announces, so it must change nothing but the buffer.
   virtual void SetVideoFormat(IFQImageBuffer& Buffer);
   virtual void FilterInternalOperation(IFQImageBuffer InBuffer, IFQImageBuffer& OutBuffer);
   // The start values announced downstream; the base records them. The
@@ -67,7 +73,8 @@ public:
   virtual void SetSizeRate(int& Width, int& Height, TFQVideoFormat& Format, int Rate, unsigned Flags,
                            unsigned& IntervalLow, unsigned& IntervalHigh);
   // True: the filter works in place, and gets one frame as input and output
-  // (pixels still shared with the sender are copied on the first modify).
+  // (pixels still shared with another frame are copied on the first modify;
+  // a frame nobody else holds is changed without any copy).
   virtual bool CanInline() { return false; }
   virtual void Reset() {}
   // The whole per-frame step: runs FilterInternalOperation or

@@ -67,19 +67,20 @@ std::int64_t TFQGenPump::GetInterval() const { return std::llround(1e7 / GetRate
 
 void TFQGenPump::SetRate(double fps) {
   if (!(fps == fps)) return; // NaN: keep the present rate
+  TPWLockHold hold = owner_.GetLock().Write();
+  if (!hold) return;
   rate_.store(std::clamp(fps, 0.001, 1000.0), std::memory_order_relaxed);
-  std::lock_guard g(stateMutex_);
   if (clock_) clock_->SetInterval(GetInterval());
 }
 
 void TFQGenPump::SetPumpType(TPWPumpType value) {
   if (value > ptAuto) value = ptAuto;
-  pumpType_.store(value, std::memory_order_relaxed);
+  if (TPWLockHold hold = owner_.GetLock().Write()) pumpType_.store(value, std::memory_order_relaxed);
 }
 
 void TFQGenPump::SetClockSource(TWQClockSource value) {
   if (value > csPin) value = csAuto;
-  clockSource_.store(value, std::memory_order_relaxed);
+  if (TPWLockHold hold = owner_.GetLock().Write()) clockSource_.store(value, std::memory_order_relaxed);
 }
 
 bool TFQGenPump::ClockPinDrives() const {
@@ -90,34 +91,26 @@ bool TFQGenPump::ClockPinDrives() const {
 void TFQGenPump::Start() {
   int expected = kStopped;
   if (!state_.compare_exchange_strong(expected, kStarting, std::memory_order_acq_rel)) return;
-  SIZE size;
-  TFQVideoFormat format;
   {
     TPWLockHold hold = owner_.GetLock().Write();
     if (hooks_.IntStart) hooks_.IntStart();
-    size = size_.GetSize();
-    format = hooks_.Format ? FQNormalizeFormat(hooks_.Format()) : vf24Bit;
+    announcedSize_ = size_.GetSize();
+    announcedFormat_ = hooks_.Format ? FQNormalizeFormat(hooks_.Format()) : vf24Bit;
+    frameIndex_.store(0, std::memory_order_relaxed);
+    pulled_.store(GetPumpType() == ptPull, std::memory_order_relaxed);
+    // Goes out as the lock is released, before any frame can be pumped.
+    output_.PostStart(announcedSize_.cx, announcedSize_.cy, GetInterval(), announcedFormat_,
+                      static_cast<int>(std::llround(GetRate() * 1000.0)));
   }
-  {
-    std::lock_guard g(stateMutex_);
-    announcedSize_ = size;
-    announcedFormat_ = format;
-  }
-  frameIndex_.store(0, std::memory_order_relaxed);
-  pulled_.store(GetPumpType() == ptPull, std::memory_order_relaxed);
-  const std::int64_t interval = GetInterval();
-  // Announced before any frame can be pumped; no lock is held, since
-  // downstream may call back (even Stop) while it takes the start.
-  output_.SendStart(size.cx, size.cy, interval, format, static_cast<int>(std::llround(GetRate() * 1000.0)));
   state_.store(kRunning, std::memory_order_release);
   if (stopWhenStarted_.exchange(false)) {
     Stop();
     return;
   }
   if (GetPumpType() != ptPull && !ClockPinDrives()) {
-    std::lock_guard g(stateMutex_);
-    if (IsRunning() && !clock_) {
-      clock_ = std::make_unique<TWQClockGen>([this] { Pump(); }, interval);
+    TPWLockHold hold = owner_.GetLock().Write();
+    if (IsRunning() && !clock_ && !pulled_.load(std::memory_order_acquire)) {
+      clock_ = std::make_unique<TWQClockGen>([this] { Pump(); }, GetInterval());
       clock_->Start();
     }
   }
@@ -129,20 +122,19 @@ void TFQGenPump::Stop() {
     if (expected == kStarting) stopWhenStarted_ = true;
     return;
   }
-  std::unique_ptr<TWQClockGen> clock;
   {
-    std::lock_guard g(stateMutex_);
-    clock = std::move(clock_);
+    // A tick waiting for the lock finishes (and gives up) before the clock
+    // thread is waited for, after the lock is released.
+    TPWLockHold hold = owner_.GetLock().Write();
+    WQRetireClock(owner_.GetLock(), std::move(clock_));
   }
-  // Outside every lock: the clock's tick may be waiting for one of them.
-  clock.reset();
   inFlight_.Close(); // frames on their way on other threads finish first
   inFlight_.Reopen();
   {
     TPWLockHold hold = owner_.GetLock().Write();
     if (hooks_.IntStop) hooks_.IntStop();
+    output_.PostStop();
   }
-  output_.SendStop();
   state_.store(kStopped, std::memory_order_release);
 }
 
@@ -150,31 +142,22 @@ bool TFQGenPump::Pump() {
   TPWGate::Pass pass(inFlight_);
   if (!pass || !IsRunning()) return false;
   if (hooks_.Enabled && !hooks_.Enabled()) return false;
-  IFQImageBuffer buffer;
-  SIZE size;
-  TFQVideoFormat format;
-  {
-    TPWLockHold hold = owner_.GetLock().Write();
-    size = size_.GetSize();
-    format = hooks_.Format ? FQNormalizeFormat(hooks_.Format()) : vf24Bit;
-    buffer = IFQImageBuffer::Create(size.cx, size.cy, format);
-    hooks_.Generate(buffer);
-  }
-  bool reannounce = false;
-  {
-    std::lock_guard g(stateMutex_);
-    if (!(size == announcedSize_) || format != announcedFormat_) {
-      announcedSize_ = size;
-      announcedFormat_ = format;
-      reannounce = true;
-    }
-  }
+  TPWLockHold hold = owner_.GetLock().Write();
+  // A tick of a clock retired while it waited for the lock makes nothing.
+  if (TWQClockGen::Cancelled() || !IsRunning()) return false;
+  const SIZE size = size_.GetSize();
+  const TFQVideoFormat format = hooks_.Format ? FQNormalizeFormat(hooks_.Format()) : vf24Bit;
+  IFQImageBuffer buffer = IFQImageBuffer::Create(size.cx, size.cy, format);
+  hooks_.Generate(buffer);
   const std::int64_t interval = GetInterval();
-  if (reannounce)
-    output_.SendStart(size.cx, size.cy, interval, format, static_cast<int>(std::llround(GetRate() * 1000.0)));
+  if (!(size == announcedSize_) || format != announcedFormat_) {
+    announcedSize_ = size;
+    announcedFormat_ = format;
+    output_.PostStart(size.cx, size.cy, interval, format, static_cast<int>(std::llround(GetRate() * 1000.0)));
+  }
   const std::int64_t index = frameIndex_.fetch_add(1, std::memory_order_relaxed);
   buffer.SetTimes(index * interval, (index + 1) * interval);
-  output_.SendFrame(std::move(buffer));
+  output_.PostFrame(std::move(buffer)); // goes out as the lock is released
   return true;
 }
 
@@ -182,11 +165,8 @@ void TFQGenPump::MasterPump() {
   if (!IsRunning() || GetPumpType() == ptPush) return;
   if (!pulled_.exchange(true, std::memory_order_acq_rel)) {
     // Downstream takes over the pace: the own clock stops.
-    std::unique_ptr<TWQClockGen> clock;
-    {
-      std::lock_guard g(stateMutex_);
-      clock = std::move(clock_);
-    }
+    TPWLockHold hold = owner_.GetLock().Write();
+    WQRetireClock(owner_.GetLock(), std::move(clock_));
   }
   Pump();
 }

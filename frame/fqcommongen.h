@@ -12,7 +12,8 @@
 // ClockSource: csAuto (ClockPin when connected, else the thread), csThread,
 // csPin. A change of ImageSize or format while running re-announces the
 // stream before the next frame. Stop ends the clock, waits for frames in
-// flight and sends a stop.
+// flight and sends a stop. Frames are generated holding the component's
+// lock and go out as it is released; the setters store under it too.
 //
 // Properties: Enabled (true), ImageSize (640 x 480), Rate (25), PumpType
 // (ptAuto), ClockSource (csAuto). Pins: OutputPin, ClockPin.
@@ -107,9 +108,9 @@ private:
   std::atomic<TPWPumpType> pumpType_{ptAuto};
   std::atomic<TWQClockSource> clockSource_{csAuto};
   std::atomic<std::int64_t> frameIndex_{0};
-  std::mutex stateMutex_; // the clock object, the announced stream
+  // Guarded by the owner's lock.
   std::unique_ptr<TWQClockGen> clock_;
-  SIZE announcedSize_;
+  SIZE announcedSize_{};
   TFQVideoFormat announcedFormat_ = vf24Bit;
   TPWGate inFlight_;
 };

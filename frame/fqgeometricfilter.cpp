@@ -81,22 +81,17 @@ void TFQGeometricTransfromFilter::SetSizeRate(int& Width, int& Height, TFQVideoF
 
 bool TFQGeometricTransfromFilter::BufferOperation(const TPWOperation& op) {
   const auto* frame = OpAs<TFQPWImageBufferOperation>(op);
+  // Held across the frame, so the new size is posted right ahead of it.
+  TPWLockHold hold;
   if (frame != nullptr && GetEnabled()) {
-    TFQStreamInfo restart;
-    bool announce = false;
-    {
-      TPWLockHold hold = GetLock().Write();
-      const SIZE out = GetOutputSize(frame->Buffer.GetWidth(), frame->Buffer.GetHeight());
-      if (stream_.Running && (out.cx != stream_.Width || out.cy != stream_.Height) && CanSoftRestart()) {
-        stream_.Width = out.cx;
-        stream_.Height = out.cy;
-        restart = stream_;
-        announce = true;
-      }
+    hold = GetLock().Write();
+    const SIZE out = GetOutputSize(frame->Buffer.GetWidth(), frame->Buffer.GetHeight());
+    if (stream_.Running && (out.cx != stream_.Width || out.cy != stream_.Height) && CanSoftRestart()) {
+      stream_.Width = out.cx;
+      stream_.Height = out.cy;
+      OutputPin.PostStart(stream_.Width, stream_.Height, stream_.Interval, stream_.Format, stream_.Rate,
+                          stream_.Flags);
     }
-    if (announce)
-      OutputPin.SendStart(restart.Width, restart.Height, restart.Interval, restart.Format, restart.Rate,
-                          restart.Flags);
   }
   return TFQCommonROIFilter::BufferOperation(op);
 }

@@ -4,8 +4,13 @@
 #include <atomic>
 #include <cstring>
 #include <limits>
+#include <mutex>
 #include <new>
 #include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "ipp/ippconvert.h"
 
 namespace framquist {
 
@@ -14,18 +19,15 @@ namespace {
 constexpr std::size_t kRowAlign = 64;
 
 // Pixel memory shared by frame objects; the count decides copy-on-write.
+// Released stores go back to a pool of their byte size, so a running stream
+// takes its pixel memory from there instead of the allocator (large blocks
+// would otherwise be mapped and faulted in afresh for every frame).
 class PixelStore {
 public:
-  static PixelStore* Allocate(std::size_t bytes) {
-    auto* store = new PixelStore;
-    store->bytes_ = bytes;
-    if (bytes > 0)
-      store->data_ = static_cast<std::uint8_t*>(::operator new (bytes, std::align_val_t{kRowAlign}));
-    return store;
-  }
+  static PixelStore* Allocate(std::size_t bytes);
   void AddRef() { refs_.fetch_add(1, std::memory_order_relaxed); }
   void Release() {
-    if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+    if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1) Recycle(this);
   }
   // Acquire pairs with the release in Release(): the other owner's last
   // reads of the pixels happen before this owner starts writing them.
@@ -33,15 +35,83 @@ public:
   std::uint8_t* Data() { return data_; }
   std::size_t Bytes() const { return bytes_; }
 
+  static void Free(PixelStore* store) { delete store; }
+
 private:
+  static void Recycle(PixelStore* store);
   PixelStore() = default;
   ~PixelStore() {
     if (data_ != nullptr) ::operator delete (data_, std::align_val_t{kRowAlign});
   }
+  friend struct PixelPool;
   std::atomic<int> refs_{1};
   std::size_t bytes_ = 0;
   std::uint8_t* data_ = nullptr;
 };
+
+struct PixelPool {
+  // Stores kept per byte size, and in all: enough for the frames a long
+  // chain holds at once, not a cache of every size ever seen.
+  static constexpr std::size_t kPerSize = 16;
+  static constexpr std::size_t kMaxBytes = std::size_t{256} << 20;
+
+  std::mutex mutex;
+  std::vector<std::pair<std::size_t, std::vector<PixelStore*>>> buckets; // few sizes: a list beats a map
+  std::size_t pooledBytes = 0;
+  std::atomic<std::uint64_t> allocated{0};
+  std::atomic<std::uint64_t> reused{0};
+
+  std::vector<PixelStore*>* Bucket(std::size_t bytes) {
+    for (auto& [size, stores] : buckets)
+      if (size == bytes) return &stores;
+    return nullptr;
+  }
+
+  // Never destroyed: stores may be released by static objects at exit.
+  static PixelPool& Get() {
+    static PixelPool* pool = new PixelPool;
+    return *pool;
+  }
+};
+
+PixelStore* PixelStore::Allocate(std::size_t bytes) {
+  PixelPool& pool = PixelPool::Get();
+  if (bytes > 0) {
+    std::lock_guard g(pool.mutex);
+    if (std::vector<PixelStore*>* bucket = pool.Bucket(bytes); bucket != nullptr && !bucket->empty()) {
+      PixelStore* store = bucket->back();
+      bucket->pop_back();
+      pool.pooledBytes -= bytes;
+      pool.reused.fetch_add(1, std::memory_order_relaxed);
+      store->refs_.store(1, std::memory_order_relaxed);
+      return store;
+    }
+  }
+  auto* store = new PixelStore;
+  store->bytes_ = bytes;
+  if (bytes > 0) {
+    store->data_ =
+        static_cast<std::uint8_t*>(::operator new (bytes + kFQFrameTailSlack, std::align_val_t{kRowAlign}));
+    pool.allocated.fetch_add(1, std::memory_order_relaxed);
+  }
+  return store;
+}
+
+void PixelStore::Recycle(PixelStore* store) {
+  PixelPool& pool = PixelPool::Get();
+  const std::size_t bytes = store->bytes_;
+  if (bytes > 0 && bytes <= PixelPool::kMaxBytes) {
+    std::lock_guard g(pool.mutex);
+    std::vector<PixelStore*>* bucket = pool.Bucket(bytes);
+    if (bucket == nullptr) bucket = &pool.buckets.emplace_back(bytes, std::vector<PixelStore*>{}).second;
+    if (bucket->size() < PixelPool::kPerSize && pool.pooledBytes + bytes <= PixelPool::kMaxBytes) {
+      bucket->push_back(store);
+      pool.pooledBytes += bytes;
+      return;
+    }
+  }
+  Free(store);
+}
 
 int StepFor(int width, TFQVideoFormat format) {
   const std::size_t row = static_cast<std::size_t>(width) * static_cast<std::size_t>(FQBytesPerPixel(format));
@@ -54,29 +124,6 @@ int StepFor(int width, TFQVideoFormat format) {
 struct Bgra {
   std::uint8_t b, g, r, a;
 };
-
-Bgra ReadPixel(const std::uint8_t* p, TFQVideoFormat format) {
-  switch (format) {
-  case vfGrey:
-    return {p[0], p[0], p[0], 255};
-  case vf32Bit:
-    return {p[0], p[1], p[2], p[3]};
-  case vf16Bit565: {
-    const unsigned v = p[0] | (p[1] << 8);
-    const unsigned r = (v >> 11) & 31, g = (v >> 5) & 63, b = v & 31;
-    return {static_cast<std::uint8_t>((b << 3) | (b >> 2)), static_cast<std::uint8_t>((g << 2) | (g >> 4)),
-            static_cast<std::uint8_t>((r << 3) | (r >> 2)), 255};
-  }
-  case vf16Bit555: {
-    const unsigned v = p[0] | (p[1] << 8);
-    const unsigned r = (v >> 10) & 31, g = (v >> 5) & 31, b = v & 31;
-    return {static_cast<std::uint8_t>((b << 3) | (b >> 2)), static_cast<std::uint8_t>((g << 3) | (g >> 2)),
-            static_cast<std::uint8_t>((r << 3) | (r >> 2)), 255};
-  }
-  default:
-    return {p[0], p[1], p[2], 255};
-  }
-}
 
 void WritePixel(std::uint8_t* p, TFQVideoFormat format, Bgra c) {
   switch (format) {
@@ -210,13 +257,8 @@ void IFQImageBuffer::SetFormat(TFQVideoFormat format) {
   }
   TFQImageBufferObject converted;
   converted.Allocate(o.width, o.height, format);
-  const int inBpp = FQBytesPerPixel(o.format), outBpp = FQBytesPerPixel(format);
-  for (int y = 0; y < o.height; ++y) {
-    const std::uint8_t* in = o.store->Data() + static_cast<std::ptrdiff_t>(y) * o.step;
-    std::uint8_t* out = converted.store->Data() + static_cast<std::ptrdiff_t>(y) * converted.step;
-    for (int x = 0; x < o.width; ++x)
-      WritePixel(out + x * outBpp, format, ReadPixel(in + x * inBpp, o.format));
-  }
+  fqiConvertFormat_8u(o.store->Data(), o.step, o.format, converted.store->Data(), converted.step, format,
+                      IppiSize{o.width, o.height});
   o.Drop();
   o.store = converted.store;
   converted.store = nullptr;
@@ -249,6 +291,25 @@ std::int64_t IFQImageBuffer::GetEndTime() const { return object_->end; }
 void IFQImageBuffer::SetTimes(std::int64_t start, std::int64_t end) {
   object_->start = start;
   object_->end = end;
+}
+
+TFQPixelPoolStats FQGetPixelPoolStats() {
+  PixelPool& pool = PixelPool::Get();
+  std::lock_guard g(pool.mutex);
+  return {pool.allocated.load(std::memory_order_relaxed), pool.reused.load(std::memory_order_relaxed),
+          pool.pooledBytes};
+}
+
+void FQTrimPixelPool() {
+  std::vector<PixelStore*> stores;
+  {
+    PixelPool& pool = PixelPool::Get();
+    std::lock_guard g(pool.mutex);
+    for (auto& [size, bucket] : pool.buckets) stores.insert(stores.end(), bucket.begin(), bucket.end());
+    pool.buckets.clear();
+    pool.pooledBytes = 0;
+  }
+  for (PixelStore* store : stores) PixelStore::Free(store);
 }
 
 } // namespace framquist

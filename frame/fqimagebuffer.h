@@ -9,7 +9,9 @@
 // Layout: rows top-down (row 0 is the top of the picture), pixels in byte
 // order blue, green, red (, alpha), each row starting on a 64-byte boundary
 // (so the line step may exceed width x bytes per pixel). Each frame carries
-// a start and end time in 100-ns units.
+// a start and end time in 100-ns units. Past its last row every frame has
+// kFQFrameTailSlack writable bytes: external writers (FFmpeg's scaler) may
+// run up to that far past a row's end, the last row's included.
 //
 // Threads: any number of threads may read one frame object; changing a
 // frame object (Assign, SetFormat, SetSize, pointers for writing) while
@@ -30,6 +32,8 @@
 namespace framquist {
 
 class TFQImageBufferObject;
+
+inline constexpr std::size_t kFQFrameTailSlack = 64;
 
 class IFQImageBuffer {
 public:
@@ -92,5 +96,18 @@ private:
 constexpr std::uint8_t FQLuma(std::uint8_t r, std::uint8_t g, std::uint8_t b) {
   return static_cast<std::uint8_t>((299 * r + 587 * g + 114 * b + 500) / 1000);
 }
+
+// Pixel memory. Released pixel stores are pooled per byte size (up to 16 of
+// a size, 256 MiB in all), so a running stream allocates no pixel memory
+// per frame once it has settled. Allocated counts fresh allocations, Reused
+// stores taken from the pool; PooledBytes is what the pool holds now.
+struct TFQPixelPoolStats {
+  std::uint64_t Allocated = 0;
+  std::uint64_t Reused = 0;
+  std::size_t PooledBytes = 0;
+};
+TFQPixelPoolStats FQGetPixelPoolStats();
+// Frees every pooled store (after a stream at a large size ends, say).
+void FQTrimPixelPool();
 
 } // namespace framquist

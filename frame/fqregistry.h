@@ -3,7 +3,8 @@
 // Each unit's Register() lists its classes with RegisterComponents on the
 // palette page "Framquist". The package's Initialize() runs every unit's
 // registration in unit order (counted, so nested calls are cheap) and
-// Finalize() counts down, removing the package's classes at zero.
+// Finalize() counts down, removing the package's classes at zero; the unit
+// table they walk is the package's own (fqpackage.cpp), above the families.
 // Components are then created by class name, as forms do.
 //
 //   framquist::Initialize();

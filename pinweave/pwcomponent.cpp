@@ -79,6 +79,11 @@ void TPWComponent::RemovePin(TPWPin* pin) {
   if (it != pins_.end()) pins_.erase(it);
 }
 
+void TPWComponent::ForgetFunctionSink(TPWSinkPin& sink) {
+  for (TPWPin* pin : GetPins())
+    if (pin->IsSource()) static_cast<TPWSourcePin*>(pin)->RemoveFunctionSink(sink);
+}
+
 void TPWComponent::Start() {
   auto op = std::make_shared<TPWStartOperation>();
   for (TPWPin* pin : GetPins())

@@ -46,7 +46,9 @@ public:
   std::string GetName() const;
   void SetName(std::string name);
   std::intptr_t GetTag() const { return tag_.load(std::memory_order_relaxed); }
-  void SetTag(std::intptr_t tag) { tag_.store(tag, std::memory_order_relaxed); }
+  void SetTag(std::intptr_t tag) {
+    if (TPWLockHold hold = lock_.Write()) tag_.store(tag, std::memory_order_relaxed);
+  }
 
   IPWLock& GetLock() const { return lock_; }
 
@@ -91,8 +93,11 @@ protected:
 
 private:
   friend class TPWPin;
+  friend class TPWSinkPin;
   void AddPin(TPWPin* pin);
   void RemovePin(TPWPin* pin);
+  // A sink pin going away is no longer a function sink of any output.
+  void ForgetFunctionSink(TPWSinkPin& sink);
   void ShutdownPins();
 
   mutable TPWLock lock_;

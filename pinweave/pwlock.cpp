@@ -116,12 +116,28 @@ TPWLockHold TPWLock::AcquireRead(const Deadline* deadline) {
 }
 
 void TPWLock::ReleaseWrite() {
-  std::lock_guard guard(mutex_);
-  assert(writer_ == std::this_thread::get_id() && writeDepth_ > 0);
-  if (--writeDepth_ == 0) {
+  std::vector<std::function<void()>> actions;
+  {
+    std::lock_guard guard(mutex_);
+    assert(writer_ == std::this_thread::get_id() && writeDepth_ > 0);
+    if (--writeDepth_ != 0) return;
     writer_ = std::thread::id{};
+    actions.swap(afterRelease_);
     changed_.notify_all();
   }
+  // The lock is free here; an action that takes it again queues its own.
+  for (auto& action : actions) action();
+}
+
+void TPWLock::RunAfterRelease(std::function<void()> action) {
+  {
+    std::lock_guard guard(mutex_);
+    if (writer_ == std::this_thread::get_id()) {
+      afterRelease_.push_back(std::move(action));
+      return;
+    }
+  }
+  action();
 }
 
 void TPWLock::ReleaseRead() {

@@ -10,12 +10,19 @@
 //     read too (upgrading would deadlock); a sole reader is upgraded;
 //   - TryWrite()/TryRead() whose time ran out.
 // Setters store only when the hold is not empty; nothing is reported.
+//
+// RunAfterRelease(action) is how code under the lock sends, pumps or stops
+// a thread: the action runs on this thread once it has released its
+// outermost write hold, in the order given (see the threading rule in
+// pwpin.h). Actions must not throw.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace framquist {
 
@@ -55,6 +62,9 @@ public:
   virtual bool IsWriteHeld() const = 0;
   // True while the calling thread holds read or write access.
   virtual bool IsHeld() const = 0;
+  // Runs action once the calling thread has released its outermost write
+  // hold; at once when it holds no write access.
+  virtual void RunAfterRelease(std::function<void()> action) = 0;
 
 protected:
   friend class TPWLockHold;
@@ -76,6 +86,7 @@ public:
   TPWLockHold TryRead(std::chrono::milliseconds timeout) override;
   bool IsWriteHeld() const override;
   bool IsHeld() const override;
+  void RunAfterRelease(std::function<void()> action) override;
 
 protected:
   void ReleaseWrite() override;
@@ -92,6 +103,7 @@ private:
   int writeDepth_ = 0;
   int readers_ = 0;
   int waitingWriters_ = 0;
+  std::vector<std::function<void()>> afterRelease_; // the writer's, run by it on release
 };
 
 } // namespace framquist

@@ -3,6 +3,9 @@
 // An operation is immutable once sent and is shared by reference, so a
 // component may keep one (a queue holds the frames it was given) while the
 // sender goes on. Receivers tell operations apart by class (OpAs<T>).
+// An operation that carries data a receiver may change (a frame) gives
+// every receiver but the last its own copy (CopyForReceiver), so no
+// receiver sees what another does with it.
 //
 // Direction is given by where an operation arrives: downstream at a sink pin
 // (start-frame announcement, frames, stop = end of stream, pump requests of
@@ -20,15 +23,18 @@ namespace framquist {
 
 class TPWComponent;
 
+class IPWNotifyOperation;
+using TPWOperation = std::shared_ptr<const IPWNotifyOperation>;
+
 class IPWNotifyOperation {
 public:
   virtual ~IPWNotifyOperation() = default;
+  // A copy for one more receiver; null (the default) shares this one.
+  virtual TPWOperation CopyForReceiver() const { return nullptr; }
 
 protected:
   IPWNotifyOperation() = default;
 };
-
-using TPWOperation = std::shared_ptr<const IPWNotifyOperation>;
 
 template <class T>
 const T* OpAs(const TPWOperation& op) {

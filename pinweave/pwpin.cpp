@@ -10,20 +10,26 @@ namespace {
 // Most sources feed one or two sinks: collect targets without allocating.
 class SinkBatch {
 public:
-  void Add(TPWSinkPin* pin) {
+  struct Entry {
+    TPWSinkPin* Pin = nullptr;
+    TPWOperation Joined; // the stream's start, for a sink that joined it late
+  };
+  void Add(TPWSinkPin* pin, TPWOperation joined) {
     if (count_ < kInline)
-      inline_[count_] = pin;
+      inline_[count_] = {pin, std::move(joined)};
     else
-      extra_.push_back(pin);
+      extra_.push_back({pin, std::move(joined)});
     ++count_;
   }
   int Size() const { return count_; }
-  TPWSinkPin* operator[](int i) const { return i < kInline ? inline_[i] : extra_[i - kInline]; }
+  Entry& operator[](int i) {
+    return i < kInline ? inline_[i] : extra_[static_cast<std::size_t>(i - kInline)];
+  }
 
 private:
   static constexpr int kInline = 8;
-  TPWSinkPin* inline_[kInline] = {};
-  std::vector<TPWSinkPin*> extra_;
+  Entry inline_[kInline];
+  std::vector<Entry> extra_;
   int count_ = 0;
 };
 
@@ -65,6 +71,12 @@ bool TPWPin::Connect(TPWPin& a, TPWPin& b) {
 void TPWPin::Shutdown() {
   DisconnectAll();
   gate_.Close();
+}
+
+TPWPin::TKeep TPWPin::Keep() {
+  auto keep = std::make_shared<TPWGate::Pass>(gate_);
+  if (!*keep) return nullptr;
+  return keep;
 }
 
 // ---- TPWSourcePin ----------------------------------------------------------
@@ -109,12 +121,16 @@ bool TPWSourcePin::Connect(TPWSinkPin& sink) {
   if (sink.source_ != nullptr) return false; // someone else won a race; keep theirs
   sinks_.push_back(&sink);
   sink.source_ = this;
+  // A sink joining a running stream is told its start ahead of the next
+  // operation, so it never sees frames of a stream it knows nothing of.
+  sink.joinedStart_ = streamStart_;
   return true;
 }
 
 void TPWSourcePin::Unlink(TPWSinkPin& sink) {
   EraseOne(sinks_, &sink);
   sink.source_ = nullptr;
+  sink.joinedStart_ = nullptr;
 }
 
 bool TPWSourcePin::Disconnect(TPWSinkPin& sink) {
@@ -132,24 +148,35 @@ void TPWSourcePin::DisconnectAll() {
 
 bool TPWSourcePin::Notify(const TPWOperation& op) {
   SinkBatch batch;
+  const bool isStart = OpAs<TPWStartFrameOperation>(op) != nullptr;
   {
     // Enter each sink's gate while the link is held, so a sink that is
     // being shut down either gets this operation fully or not at all.
     std::lock_guard g(links_);
-    for (TPWSinkPin* sink : sinks_)
-      if (sink->gate_.Enter()) batch.Add(sink);
+    if (isStart)
+      streamStart_ = op;
+    else if (OpAs<TPWStopOperation>(op) != nullptr)
+      streamStart_ = nullptr;
+    for (TPWSinkPin* sink : sinks_) {
+      TPWOperation joined = std::move(sink->joinedStart_); // a start sent now supersedes it
+      if (sink->gate_.Enter()) batch.Add(sink, isStart ? nullptr : std::move(joined));
+    }
   }
   bool handled = false;
-  for (int i = 0; i < batch.Size(); ++i) {
-    TPWSinkPin* sink = batch[i];
+  const int last = batch.Size() - 1;
+  for (int i = 0; i <= last; ++i) {
+    SinkBatch::Entry& entry = batch[i];
     try {
-      handled = sink->DeliverDown(op) || handled;
+      if (entry.Joined) entry.Pin->DeliverDown(entry.Joined);
+      // Copies are made before the original reaches anyone, so each
+      // receiver starts from what was sent.
+      TPWOperation copy = i < last ? op->CopyForReceiver() : nullptr;
+      handled = entry.Pin->DeliverDown(copy ? copy : op) || handled;
     } catch (...) {
-      sink->gate_.Leave();
-      for (int j = i + 1; j < batch.Size(); ++j) batch[j]->gate_.Leave();
+      for (int j = i; j < batch.Size(); ++j) batch[j].Pin->gate_.Leave();
       throw;
     }
-    sink->gate_.Leave();
+    entry.Pin->gate_.Leave();
   }
   return handled;
 }
@@ -165,14 +192,55 @@ void TPWSourcePin::RemoveFunctionSink(TPWSinkPin& sink) {
   EraseOne(functionSinks_, &sink);
 }
 
+void TPWSourcePin::Post(TPWOperation op) {
+  {
+    std::lock_guard g(outMutex_);
+    outbox_.push_back(std::move(op));
+  }
+  GetLock().RunAfterRelease([this] { Flush(); });
+}
+
+void TPWSourcePin::Flush() {
+  std::unique_lock g(outMutex_);
+  if (delivering_) return; // that thread delivers ours too, in order
+  delivering_ = true;
+  while (!outbox_.empty()) {
+    TPWOperation op = std::move(outbox_.front());
+    outbox_.pop_front();
+    g.unlock();
+    try {
+      Notify(op);
+    } catch (...) {
+      g.lock();
+      delivering_ = false;
+      throw;
+    }
+    op.reset(); // the receivers' copies only, before the next one goes
+    g.lock();
+  }
+  delivering_ = false;
+}
+
 bool TPWSourcePin::ForwardUpstream(const TPWOperation& op) {
+  // Each function sink is kept while the operation climbs through it: an
+  // input pin may be removed meanwhile.
   std::vector<TPWSinkPin*> targets;
   {
     std::lock_guard g(links_);
-    targets = functionSinks_;
+    for (TPWSinkPin* sink : functionSinks_)
+      if (sink->gate_.Enter()) targets.push_back(sink);
   }
   bool result = false;
-  for (TPWSinkPin* sink : targets) result = sink->SendUpstream(op);
+  std::size_t i = 0;
+  try {
+    for (; i < targets.size(); ++i) {
+      result = targets[i]->SendUpstream(op);
+      targets[i]->gate_.Leave();
+    }
+  } catch (...) {
+    for (; i < targets.size(); ++i) targets[i]->gate_.Leave();
+    throw;
+  }
   return result;
 }
 
@@ -187,7 +255,10 @@ bool TPWSourcePin::DeliverUp(const TPWOperation& op) {
 TPWSinkPin::TPWSinkPin(TPWComponent* owner, std::string name, std::string_view kind, TPWSinkHandler handler)
     : TPWPin(owner, std::move(name), kind), handler_(std::move(handler)) {}
 
-TPWSinkPin::~TPWSinkPin() { Shutdown(); }
+TPWSinkPin::~TPWSinkPin() {
+  if (GetOwner() != nullptr) GetOwner()->ForgetFunctionSink(*this);
+  Shutdown();
+}
 
 bool TPWSinkPin::IsConnected() const {
   std::lock_guard g(links_);

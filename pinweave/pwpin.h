@@ -9,15 +9,36 @@
 // its "function sinks" (the owner's input pins), so start, stop and pump
 // requests climb a chain to its sources.
 //
+// Threading rule. Every component has one lock; a thread holds at most the
+// lock of the component it is in while it waits for anything, so no cycle
+// of waits can form:
+//   - Compute under the lock, send and pump after releasing it. Nothing
+//     that enters another component (Notify, SendUpstream, a stop that
+//     waits for a thread) runs with the component's lock held.
+//   - Post() is the send for code under the lock: it queues the operation
+//     and delivers it once this thread releases the lock. A pin's posted
+//     operations go out in the order they were posted, one at a time, so a
+//     frame never overtakes the start it belongs to or the stop after it,
+//     whichever threads computed them. A thread that finds another one
+//     delivering leaves its operations to that thread and returns.
+//   - Upstream sends and clock stops from under the lock go through
+//     IPWLock::RunAfterRelease; a pin named there is kept with Keep(), so
+//     it cannot be freed before the send.
+//   - A frame delivered to a sink belongs to that receiver alone: a source
+//     pin gives every further sink a copy of its own (pixels shared until
+//     written), and a sender must not touch a frame object once sent.
+//
 // Connecting and disconnecting is safe at any time from any thread. An
 // operation already on its way may still arrive just after Disconnect
 // returns; Shutdown (used when the owner is destroyed) also waits for the
-// handlers that are running.
+// handlers that are running. A sink connected to a source whose stream is
+// running gets that stream's start-frame ahead of the next operation.
 //
 //   mirror.OutputPin.Connect(grabber.InputPin);
 //   source.OutputPin.Notify(std::make_shared<TPWStopOperation>());
 #pragma once
 
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -65,6 +86,11 @@ public:
   // Disconnects for good and waits for running handlers (owner teardown).
   void Shutdown();
 
+  // Keeps the pin from being shut down (and so freed) while held; empty
+  // when the pin is shutting down already.
+  using TKeep = std::shared_ptr<TPWGate::Pass>;
+  TKeep Keep();
+
 protected:
   // owner may be null for a pin that belongs to no component; lock then
   // defaults to one of the pin's own.
@@ -97,6 +123,11 @@ public:
 
   // Sends `op` to every connected sink. True when any sink handled it.
   bool Notify(const TPWOperation& op);
+  // Queues `op` and sends it in posting order: once this thread releases the
+  // owner's write lock, or at once when it holds none (see the rule above).
+  void Post(TPWOperation op);
+  // Delivers the posted operations, unless another thread is doing so.
+  void Flush();
 
   // Sinks of the same owner that upstream operations are passed on to.
   void AddFunctionSink(TPWSinkPin& sink);
@@ -113,6 +144,10 @@ private:
   TPWSourceHandler handler_;
   std::vector<TPWSinkPin*> sinks_;
   std::vector<TPWSinkPin*> functionSinks_;
+  TPWOperation streamStart_; // the start of the stream now running, if any (under links_)
+  std::mutex outMutex_;      // the posted operations; never held across a delivery
+  std::deque<TPWOperation> outbox_;
+  bool delivering_ = false;
 };
 
 class TPWSinkPin : public TPWPin {
@@ -136,6 +171,7 @@ private:
 
   TPWSinkHandler handler_;
   TPWSourcePin* source_ = nullptr;
+  TPWOperation joinedStart_; // delivered before the next operation (under links_)
 };
 
 // Clock pins carry TPWClockOperation events.

@@ -1,7 +1,6 @@
 #include "streams/fqcombine.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <limits>
 #include <string>
@@ -33,12 +32,11 @@ Ipp8u ScaleByte(double coefficient) {
 } // namespace
 
 TFQCombine::TFQCombine()
-    : InputPins(this, "InputPins", 2, 2, [this](TPWPinList&, int index) {
-        auto pin = std::make_unique<TFQPWImageSinkPin>(this, "InputPins[" + std::to_string(index) + "]");
-        AddInputPin(*pin);
-        OutputPin.AddFunctionSink(*pin);
-        return pin;
-      }) {
+    : InputPins(this, "InputPins", 2, 2, InputPinCreator([this](int index) {
+                  return std::make_unique<TFQPWImageSinkPin>(this,
+                                                             "InputPins[" + std::to_string(index) + "]");
+                }),
+                InputPinRemover()) {
   AddPinList(InputPins);
 }
 
@@ -253,21 +251,30 @@ void TFQCombine::SubmitStartCommand() {
   RemoveTimer();
   stopped_ = false;
   if (!combineStarted_) {
-    // Ask downstream who paces the stream; nobody answering leaves us.
-    auto request = std::make_shared<TPWPumpRequestOperation>(2, this);
-    OutputPin.Notify(request);
-    const TPWComponent* answer = request->Pumper.load(std::memory_order_acquire);
-    ownPump_ = answer == nullptr || answer == this;
-    pumper_ = ownPump_ ? nullptr : answer;
+    // Ask downstream who paces the stream. Posted ahead of the start; the
+    // answer is read when it matters (after the inputs stop), and nobody
+    // answering leaves the pace to us.
+    pumpRequest_ = std::make_shared<TPWPumpRequestOperation>(2, this);
+    OutputPin.Post(pumpRequest_);
+    ownPump_ = true;
+    pumper_ = nullptr;
     tickSeen_ = false;
   }
   TFQCommonCombine::SubmitStartCommand();
   combineStarted_ = true;
 }
 
+void TFQCombine::ResolvePumper() {
+  if (!pumpRequest_) return;
+  const TPWComponent* answer = pumpRequest_->Pumper.load(std::memory_order_acquire);
+  ownPump_ = answer == nullptr || answer == this;
+  pumper_ = ownPump_ ? nullptr : answer;
+  if (!ownPump_) pumpRequest_.reset(); // answered for good
+}
+
 void TFQCombine::SubmitBuffer(IFQImageBuffer Buffer) {
   nextStart_ = Buffer.GetEndTime();
-  lastFrame_ = Buffer; // shared with downstream: only ever read again
+  lastFrame_.Assign(Buffer); // an object of our own: the one sent is the receiver's
   TFQCommonCombine::SubmitBuffer(std::move(Buffer));
 }
 
@@ -275,9 +282,9 @@ void TFQCombine::SendStopCommand(bool Force) {
   if (GetAfterStop() != asStop && !Force) {
     stopped_ = true;
     RemoveTimer();
+    ResolvePumper();
     if (!IsDestroying() && ownPump_) {
-      const std::uint64_t generation = clockGeneration_.load(std::memory_order_acquire);
-      clock_ = std::make_unique<TWQClockGen>([this, generation] { ClockTick(generation); },
+      clock_ = std::make_unique<TWQClockGen>([this] { ClockTick(); },
                                              outputInterval_ > 0 ? outputInterval_ : kDefaultInterval);
       clock_->Start();
     }
@@ -290,18 +297,14 @@ void TFQCombine::SendStopCommand(bool Force) {
 }
 
 void TFQCombine::RemoveTimer() {
-  clockGeneration_.fetch_add(1, std::memory_order_acq_rel);
-  // The tick in progress, if any, gives up within one lock attempt.
-  clock_.reset();
+  // Waited for once the lock is released: its tick may be waiting for it.
+  WQRetireClock(GetLock(), std::move(clock_));
 }
 
-void TFQCombine::ClockTick(std::uint64_t generation) {
-  while (clockGeneration_.load(std::memory_order_acquire) == generation) {
-    TPWLockHold hold = GetLock().TryWrite(std::chrono::milliseconds(5));
-    if (!hold) continue;
-    if (clockGeneration_.load(std::memory_order_acquire) == generation) Pump();
-    return;
-  }
+void TFQCombine::ClockTick() {
+  TPWLockHold hold = GetLock().Write();
+  if (!hold || TWQClockGen::Cancelled()) return;
+  Pump();
 }
 
 void TFQCombine::Pump() {
@@ -317,12 +320,13 @@ void TFQCombine::Pump() {
   const std::int64_t interval = outputInterval_ > 0 ? outputInterval_ : kDefaultInterval;
   frame.SetTimes(nextStart_, nextStart_ + interval);
   nextStart_ += interval;
-  OutputPin.SendFrame(std::move(frame));
+  OutputPin.PostFrame(std::move(frame));
 }
 
 void TFQCombine::MasterPump(const TPWMasterPumpOperation& Operation) {
   TFQCommonCombine::MasterPump(Operation);
   if (!stopped_) return;
+  ResolvePumper();
   if (!ownPump_ && Operation.Sender == pumper_ && (!tickSeen_ || Operation.Tick != lastTick_)) Pump();
   tickSeen_ = true;
   lastTick_ = Operation.Tick;

@@ -77,7 +77,9 @@ protected:
   void RemoveTimer();
 
 private:
-  void ClockTick(std::uint64_t generation);
+  void ClockTick();
+  // Reads the answer to the pump request posted at start.
+  void ResolvePumper();
 
   TFQCombineOperation operation_ = coAdd;
   double coefficient1_ = 1.0;
@@ -93,9 +95,7 @@ private:
   bool tickSeen_ = false;
   std::int64_t lastTick_ = 0;
   std::unique_ptr<TWQClockGen> clock_;
-  // Bumped when the clock is removed; a tick of an older clock gives up
-  // waiting for the lock instead of blocking the thread that removes it.
-  std::atomic<std::uint64_t> clockGeneration_{0};
+  std::shared_ptr<TPWPumpRequestOperation> pumpRequest_;
 };
 
 namespace Fqcombine {

@@ -425,10 +425,10 @@ void TFQCommonCombine::SubmitStartCommand() {
     return;
   announced_ = true;
   announcedW_ = outW_, announcedH_ = outH_, announcedFormat_ = format, announcedInterval_ = outputInterval_;
-  OutputPin.SendStart(outW_, outH_, outputInterval_, format, rate_, flags_);
+  OutputPin.PostStart(outW_, outH_, outputInterval_, format, rate_, flags_);
 }
 
-void TFQCommonCombine::SubmitBuffer(IFQImageBuffer Buffer) { OutputPin.SendFrame(std::move(Buffer)); }
+void TFQCommonCombine::SubmitBuffer(IFQImageBuffer Buffer) { OutputPin.PostFrame(std::move(Buffer)); }
 
 void TFQCommonCombine::IntStop(bool Force) {
   panesValid_ = false;

@@ -76,6 +76,35 @@ void TFQMultiInput::AddInputPin(TFQPWImageSinkPin& pin) {
   inputs_.push_back(&pin);
 }
 
+void TFQMultiInput::RemoveInputPin(TFQPWImageSinkPin& pin) {
+  OutputPin.RemoveFunctionSink(pin);
+  TPWLockHold hold = GetLock().Write();
+  const auto it = std::find(inputs_.begin(), inputs_.end(), &pin);
+  if (it == inputs_.end()) return;
+  inputs_.erase(it);
+  if (drivingInput_ == &pin) drivingInput_ = nullptr;
+  pin.Stream = {};
+  // The inputs left may all have stopped already.
+  TrySendStop();
+}
+
+TPWPinList::TCreate
+TFQMultiInput::InputPinCreator(std::function<std::unique_ptr<TFQPWImageSinkPin>(int)> make) {
+  return [this, make = std::move(make)](TPWPinList&, int index) -> std::unique_ptr<TPWPin> {
+    std::unique_ptr<TFQPWImageSinkPin> pin = make(index);
+    if (!pin) return nullptr;
+    AddInputPin(*pin);
+    OutputPin.AddFunctionSink(*pin);
+    return pin;
+  };
+}
+
+TPWPinList::TRemove TFQMultiInput::InputPinRemover() {
+  return [this](TPWPinList&, TPWPin& pin) {
+    if (auto* input = dynamic_cast<TFQPWImageSinkPin*>(&pin)) RemoveInputPin(*input);
+  };
+}
+
 std::vector<TFQPWImageSinkPin*> TFQMultiInput::ConnectedInputs() const {
   std::vector<TFQPWImageSinkPin*> connected;
   for (TFQPWImageSinkPin* pin : inputs_)
@@ -104,14 +133,21 @@ void TFQMultiInput::BeforeDestruction() {
 bool TFQMultiInput::SourceDispatch(TPWSourcePin& pin, const TPWOperation& op) {
   if (&pin != &OutputPin) return TPWComponent::SourceDispatch(pin, op);
   if (const auto* pump = OpAs<TPWMasterPumpOperation>(op)) {
+    // The countdowns are settled under the lock; the inputs are pumped as it
+    // is released (PumpInput), never while it is held.
     TPWLockHold hold = GetLock().Write();
     MasterPump(*pump);
     return true;
   }
+  std::vector<TPWPin::TKeep> keeps;
   std::vector<TFQPWImageSinkPin*> connected;
   {
     TPWLockHold hold = GetLock().Write();
-    connected = ConnectedInputs();
+    for (TFQPWImageSinkPin* input : ConnectedInputs())
+      if (TPWPin::TKeep keep = input->Keep()) {
+        keeps.push_back(std::move(keep));
+        connected.push_back(input);
+      }
   }
   if (!connected.empty()) {
     bool result = false;
@@ -154,19 +190,25 @@ void TFQMultiInput::MasterPump(const TPWMasterPumpOperation& op) {
 }
 
 void TFQMultiInput::PumpInput(TFQPWImageSinkPin& pin, const TPWMasterPumpOperation& op) {
-  pin.SendUpstream(std::make_shared<TPWMasterPumpOperation>(op));
+  // Sent once this thread releases the lock; the pin is kept until then.
+  TPWPin::TKeep keep = pin.Keep();
+  if (!keep) return;
+  auto pump = std::make_shared<TPWMasterPumpOperation>(op);
+  GetLock().RunAfterRelease(
+      [&pin, keep = std::move(keep), pump = std::move(pump)] { pin.SendUpstream(pump); });
 }
 
 // ---- input side ------------------------------------------------------------
 
 bool TFQMultiInput::SinkDispatch(TPWSinkPin& pin, const TPWOperation& op) {
   auto* input = dynamic_cast<TFQPWImageSinkPin*>(&pin);
-  if (input == nullptr || std::find(inputs_.begin(), inputs_.end(), input) == inputs_.end())
-    return TPWComponent::SinkDispatch(pin, op);
+  if (input == nullptr) return TPWComponent::SinkDispatch(pin, op);
   {
     // The hold is empty only when this thread already reads the component,
     // which keeps setters out just the same.
     TPWLockHold hold = GetLock().Write();
+    // An input removed meanwhile takes no further part.
+    if (std::find(inputs_.begin(), inputs_.end(), input) == inputs_.end()) return false;
     if (const auto* frame = OpAs<TFQPWImageBufferOperation>(op)) {
       FrameArrived(*input, frame->Buffer);
       return true;
@@ -331,7 +373,7 @@ void TFQMultiInput::SendStopCommand(bool Force) {
   if (afterStop_ != asStop && !Force) return;
   if (outputRunning_) {
     outputRunning_ = false;
-    OutputPin.SendStop();
+    OutputPin.PostStop();
   }
 }
 

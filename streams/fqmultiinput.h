@@ -14,12 +14,17 @@
 // Every pin handler and every setter takes the component's write lock, so
 // frames arriving on several delivery threads are serialised and
 // CalculateSendOutput runs inside the lock on the thread of the input whose
-// frame completed the set. Output frames are sent inside the lock as well,
-// which keeps them in order behind the start they belong to.
+// frame completed the set. What it submits (start, frames, stop) is posted
+// to OutputPin under the lock and goes out in that order once the lock is
+// released; master pumps are settled under the lock and sent upstream after
+// it, so a chain of combiners paced from downstream cannot deadlock.
 //
 // Start and stop requests arriving at OutputPin are passed upstream without
 // the lock held: a source that stops waits for its frames in flight, and
 // those may be waiting for this lock.
+//
+// Descendants with a list of inputs build it with InputPinCreator and
+// InputPinRemover, so inputs can be added and removed while frames flow.
 //
 // Properties: AfterStop (asStop), VideoFormat. Pins: OutputPin; the inputs
 // are created by the descendants and registered with AddInputPin.
@@ -27,6 +32,8 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <memory>
 #include <vector>
 
 #include "frame/fqimagepins.h"
@@ -119,6 +126,12 @@ protected:
 
   // The inputs, in order. Descendants register the pins they create.
   void AddInputPin(TFQPWImageSinkPin& pin);
+  // Forgets an input (before it is shut down and freed).
+  void RemoveInputPin(TFQPWImageSinkPin& pin);
+  // Create and remove functions for a TPWPinList of inputs: make(index)
+  // builds the pin, which is then registered as an input.
+  TPWPinList::TCreate InputPinCreator(std::function<std::unique_ptr<TFQPWImageSinkPin>(int)> make);
+  TPWPinList::TRemove InputPinRemover();
   int GetInputCount() const { return static_cast<int>(inputs_.size()); }
   TFQPWImageSinkPin& GetInput(int index) const { return *inputs_[static_cast<std::size_t>(index)]; }
 

@@ -12,13 +12,20 @@
 // destructor) only flags the thread, which ends after the callback returns.
 // The destructor stops. Callbacks must not throw.
 //
+// A component stops a clock from code that holds its lock (a stop handler)
+// with WQRetireClock: the clock is told to stop at once and is waited for
+// and freed only once the lock is released, so a tick that is waiting for
+// the lock can finish. Such a tick checks Cancelled() once it has the lock.
+//
 //   TWQClockGen clock([&] { SendFrame(); }, 400'000); // 25 per second
 //   clock.Start(); ... clock.Stop();
 #pragma once
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 
+#include "pinweave/pwlock.h"
 #include "wavquist/wqworker.h"
 
 namespace framquist {
@@ -36,7 +43,10 @@ public:
 
   void Start() { worker_.Start(); }
   void Stop() { worker_.Stop(); }
+  void RequestStop() { worker_.RequestStop(); }
   bool Running() const { return worker_.Running(); }
+  // Inside a tick: true once the clock was told to stop.
+  static bool Cancelled() { return TWQWorker::StopRequested(); }
   // The next tick comes one new interval after the previous one. Clamped.
   void SetInterval(int64_t interval);
   int64_t GetInterval() const { return worker_.GetInterval(); }
@@ -52,7 +62,9 @@ public:
 
   void Start() { worker_.Start(); }
   void Stop() { worker_.Stop(); }
+  void RequestStop() { worker_.RequestStop(); }
   bool Running() const { return worker_.Running(); }
+  static bool Cancelled() { return TWQWorker::StopRequested(); }
   // Wakes the thread now; ignored while stopped.
   void Tick() { worker_.Wake(); }
   void SetInterval(int64_t interval);
@@ -61,5 +73,17 @@ public:
 private:
   TWQWorker worker_;
 };
+
+// Stops and frees `clock` (a TWQClockGen, TWQClockThread or anything with
+// RequestStop and Stop) without waiting for its thread under `lock`: told to
+// stop now, waited for once this thread releases its write hold (at once
+// when it holds none).
+template <class TClock>
+void WQRetireClock(IPWLock& lock, std::unique_ptr<TClock> clock) {
+  if (!clock) return;
+  clock->RequestStop();
+  std::shared_ptr<TClock> retired(std::move(clock));
+  lock.RunAfterRelease([retired] { retired->Stop(); });
+}
 
 } // namespace framquist

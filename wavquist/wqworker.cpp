@@ -1,13 +1,18 @@
 #include "wavquist/wqworker.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <vector>
 
 namespace framquist {
 
 namespace {
 using Clock = std::chrono::steady_clock;
+
+// The worker whose callback this thread is running.
+thread_local const std::atomic<bool>* tStopFlag = nullptr;
 
 Clock::duration ToDuration(int64_t interval) {
   return std::chrono::duration_cast<Clock::duration>(
@@ -20,6 +25,7 @@ struct TWQWorker::State {
   std::mutex mutex;
   std::condition_variable changed;
   bool stop = false;
+  std::atomic<bool> stopFlag{false}; // stop, readable by the callback without the mutex
   bool pending = false;
   bool finished = false; // the thread has dropped its callback and is leaving
   int64_t interval = 0;
@@ -33,6 +39,7 @@ TWQWorker::TWQWorker(std::function<void()> callback, int64_t interval)
 TWQWorker::~TWQWorker() { Stop(); }
 
 void TWQWorker::Run(std::shared_ptr<State> s, std::function<void()> callback) {
+  tStopFlag = &s->stopFlag;
   std::unique_lock lock(s->mutex);
   while (!s->stop) {
     const bool periodic = s->interval > 0;
@@ -65,6 +72,7 @@ void TWQWorker::Run(std::shared_ptr<State> s, std::function<void()> callback) {
   lock.lock();
   s->finished = true;
   s->changed.notify_all();
+  tStopFlag = nullptr;
 }
 
 void TWQWorker::Start() {
@@ -78,14 +86,42 @@ void TWQWorker::Start() {
   auto s = std::make_shared<State>();
   s->interval = interval_;
   s->next = Clock::now() + ToDuration(interval_);
+  // A thread told to stop but not yet waited for is waited for by Stop().
+  if (thread_.joinable()) retired_.push_back(std::move(thread_));
   thread_ = std::thread(&TWQWorker::Run, s, callback_);
   s->worker = thread_.get_id();
   state_ = std::move(s);
 }
 
+bool TWQWorker::StopRequested() { return tStopFlag != nullptr && tStopFlag->load(std::memory_order_acquire); }
+
+void TWQWorker::RequestStop() {
+  std::lock_guard guard(control_);
+  if (!state_) return;
+  {
+    std::lock_guard lock(state_->mutex);
+    state_->stop = true;
+    state_->stopFlag.store(true, std::memory_order_release);
+  }
+  state_->changed.notify_all();
+}
+
 void TWQWorker::Stop() {
   std::shared_ptr<State> s;
   std::thread thread;
+  {
+    std::vector<std::thread> retired;
+    {
+      std::lock_guard guard(control_);
+      retired.swap(retired_);
+    }
+    for (std::thread& t : retired) {
+      if (t.get_id() == std::this_thread::get_id())
+        t.detach();
+      else
+        t.join();
+    }
+  }
   {
     std::lock_guard guard(control_);
     s = state_;
@@ -93,6 +129,7 @@ void TWQWorker::Stop() {
     {
       std::lock_guard lock(s->mutex);
       s->stop = true;
+      s->stopFlag.store(true, std::memory_order_release);
     }
     s->changed.notify_all();
     if (s->worker == std::this_thread::get_id()) {

@@ -7,7 +7,10 @@
 // burst: at most one tick fires late, then the grid resumes.
 //
 // Start() launches the thread (no-op while running); Stop() returns once no
-// callback runs and none will. Stop() or the destructor from inside the
+// callback runs and none will. RequestStop() only tells the thread to end,
+// without waiting: code holding a lock that a callback may be waiting for
+// uses it, and waits (Stop) after releasing the lock. A callback that had
+// to wait for such a lock checks StopRequested() once it has it. Stop() or the destructor from inside the
 // callback only flags the thread, which ends after the callback returns: the
 // thread keeps its own copy of the callback and shared state, never `this`.
 //
@@ -20,6 +23,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 namespace framquist {
 
@@ -33,7 +37,10 @@ public:
 
   void Start();
   void Stop();
+  void RequestStop();
   bool Running() const;
+  // Inside a callback: true once its worker was told to stop.
+  static bool StopRequested();
   // Requests one run; ignored while stopped.
   void Wake();
   // The next grid tick moves to the previous tick + interval.
@@ -47,8 +54,9 @@ private:
   mutable std::mutex control_; // guards the members below, never held during a callback
   std::function<void()> callback_;
   int64_t interval_;
-  std::shared_ptr<State> state_; // of the current (or last) thread
-  std::thread thread_;           // empty once joined or detached
+  std::shared_ptr<State> state_;     // of the current (or last) thread
+  std::thread thread_;               // empty once joined or detached
+  std::vector<std::thread> retired_; // told to stop, restarted before Stop() waited
 };
 
 } // namespace framquist

@@ -1,11 +1,33 @@
 #include "support/fqtestsupport.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <sstream>
 
 namespace framquist::test {
+
+Watchdog::Watchdog(std::chrono::milliseconds limit, std::string what) {
+  thread_ = std::thread([this, limit, what = std::move(what)] {
+    std::unique_lock g(mutex_);
+    if (done_.wait_for(g, limit, [&] { return finished_; })) return;
+    std::fprintf(stderr, "watchdog: \"%s\" still running after %lld ms: a deadlock or a stall\n",
+                 what.c_str(), static_cast<long long>(limit.count()));
+    std::fflush(stderr);
+    std::abort();
+  });
+}
+
+Watchdog::~Watchdog() {
+  {
+    std::lock_guard g(mutex_);
+    finished_ = true;
+  }
+  done_.notify_all();
+  thread_.join();
+}
 
 IFQImageBuffer RandomFrame(int width, int height, TFQVideoFormat format, std::uint32_t seed) {
   IFQImageBuffer frame = IFQImageBuffer::Create(width, height, format);

@@ -6,7 +6,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -17,6 +20,23 @@
 #include "pinweave/pwcomponent.h"
 
 namespace framquist::test {
+
+// Fails a test that hangs instead of hanging the run: unless destroyed
+// within `limit`, it prints what was still running and aborts the process
+// (a deadlock then shows as a crash with every thread's stack under TSan).
+class Watchdog {
+public:
+  Watchdog(std::chrono::milliseconds limit, std::string what);
+  ~Watchdog();
+  Watchdog(const Watchdog&) = delete;
+  Watchdog& operator=(const Watchdog&) = delete;
+
+private:
+  std::mutex mutex_;
+  std::condition_variable done_;
+  bool finished_ = false;
+  std::thread thread_;
+};
 
 // A frame whose every byte is pseudo-random (deterministic in seed).
 IFQImageBuffer RandomFrame(int width, int height, TFQVideoFormat format, std::uint32_t seed);
