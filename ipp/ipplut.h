@@ -10,7 +10,9 @@
 //                   points k-1, k, k+1 and k+2 (at the ends of the curve the
 //                   four nearest points; with three or two points the
 //                   parabola or line through them)
-// rounded to the nearest integer and saturated to 0..255. A sample in no
+// saturated to 0..255: the linear form with its fraction taken down (so
+// points (0, 255) and (256, 0) give exactly 255 - s), the others rounded to
+// the nearest integer. A sample in no
 // interval (below the first level or at or above the last) is copied
 // unchanged; where intervals are given out of order the first that holds the
 // sample counts. Multi-channel forms take one curve per channel: C3 three,

@@ -71,10 +71,17 @@ Ipp8u lutEvaluate(LutMode mode, const LutCurve& c, int s) noexcept {
   switch (mode) {
   case LutMode::Step:
     return saturate(c.values[k]);
-  case LutMode::Linear:
-    return saturate(c.values[k] + (static_cast<double>(s) - c.levels[k]) *
-                                      (static_cast<double>(c.values[k + 1]) - c.values[k]) /
-                                      (static_cast<double>(c.levels[k + 1]) - c.levels[k]));
+  case LutMode::Linear: {
+    // The formula's value with its fraction taken down, worked in integers
+    // so that no rounding creeps in: (0, 255) to (256, 0) inverts exactly.
+    const long long span = static_cast<long long>(c.levels[k + 1]) - c.levels[k];
+    const long long rise =
+        static_cast<long long>(s - c.levels[k]) * (static_cast<long long>(c.values[k + 1]) - c.values[k]);
+    long long step = rise / span;
+    if (rise % span != 0 && rise < 0) --step; // span > 0: the quotient moves down, not towards zero
+    const long long v = c.values[k] + step;
+    return static_cast<Ipp8u>(v <= 0 ? 0 : v >= 255 ? 255 : v);
+  }
   case LutMode::Cubic:
     return saturate(cubicAt(c, k, s));
   }

@@ -27,8 +27,9 @@ struct Chain : test::FilterChain<TFQColorLookup> {
   }
 };
 
-// The inverting curve 255 - 255 s / 256 as the linear mode rounds it.
-std::uint8_t Inverted(int s) { return static_cast<std::uint8_t>(255 - (255.0 * s) / 256 + 0.5); }
+// Entries (0, 255) and (256, 0) in linear mode invert a level exactly:
+// 255 - 255 s / 256 with the fraction taken down.
+std::uint8_t Inverted(int s) { return static_cast<std::uint8_t>(255 - s); }
 
 // Two entries of one level keep their order; beyond that the order is the
 // selection sort's (exchanges can carry an equal level past another), which

@@ -146,10 +146,13 @@ TEST(Lut, StepHoldsValueInsideLevelsAndCopiesOutside) {
   }
 }
 
-TEST(Lut, LinearInterpolatesAndRounds) {
-  for (const auto& out : rampThrough(ippiLUT_Linear_8u_C1R, {0, 255}, {0, 256})) {
-    for (int s = 0; s < 256; ++s) EXPECT_EQ(out[s], static_cast<int>(std::floor(s * 255.0 / 256 + 0.5)));
-  }
+// The value of the straight line with its fraction dropped: (0, 255) to
+// (256, 0) inverts every level exactly, and a rising line never rounds up.
+TEST(Lut, LinearTakesTheFractionDown) {
+  for (const auto& out : rampThrough(ippiLUT_Linear_8u_C1R, {255, 0}, {0, 256}))
+    for (int s = 0; s < 256; ++s) EXPECT_EQ(out[s], 255 - s) << s;
+  for (const auto& out : rampThrough(ippiLUT_Linear_8u_C1R, {0, 255}, {0, 256}))
+    for (int s = 0; s < 256; ++s) EXPECT_EQ(out[s], s * 255 / 256) << s;
   for (const auto& out : rampThrough(ippiLUT_Linear_8u_C1R, {100, 0, 50}, {50, 60, 160})) {
     for (auto [s, v] : {std::pair{49, 49}, {50, 100}, {55, 50}, {60, 0}, {110, 25}, {160, 160}})
       EXPECT_EQ(out[s], v) << s;
