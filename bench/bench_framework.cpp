@@ -18,6 +18,10 @@
 // frame of its own. GeneratorChain ticks a 1080p test pattern through the
 // colour chain, the way a rendered video runs.
 //
+// SetFormat/from/to converts a 1080p frame object of its own (sharing the
+// source's pixels, as a receiver's frame does) to another format; MemcpyFrame
+// copies the larger of the two frames' bytes, the yardstick.
+//
 // pixel_allocs_per_frame counts pixel memory the frames took from the
 // allocator rather than from the pool of released frames (the frames a
 // benchmark prepares with the clock stopped are not counted): 0 once a
@@ -26,6 +30,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include <sys/resource.h>
@@ -351,5 +356,50 @@ void ColourPrimitives(benchmark::State& state) {
   state.SetLabel(which == 0 ? "all three" : which == 1 ? "threshold" : which == 2 ? "lookup" : "twist");
 }
 BENCHMARK(ColourPrimitives)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
+
+IFQImageBuffer FormatFrame(TFQVideoFormat format) {
+  IFQImageBuffer frame = IFQImageBuffer::Create(kW, kH, format);
+  std::uint8_t* p = frame.GetWritePointer();
+  const std::size_t bytes = static_cast<std::size_t>(frame.GetLineStep()) * kH;
+  for (std::size_t i = 0; i < bytes; ++i) p[i] = static_cast<std::uint8_t>(i * 2654435761u >> 13);
+  return frame;
+}
+
+void SetFormat(benchmark::State& state) {
+  const auto from = static_cast<TFQVideoFormat>(state.range(0)),
+             to = static_cast<TFQVideoFormat>(state.range(1));
+  const IFQImageBuffer source = FormatFrame(from);
+  const std::uint64_t allocs = PixelAllocs();
+  for (auto _ : state) {
+    IFQImageBuffer frame;
+    frame.Assign(source);
+    frame.SetFormat(to);
+    benchmark::DoNotOptimize(frame.GetReadPointer());
+  }
+  SetAllocs(state, PixelAllocs() - allocs);
+  state.SetItemsProcessed(state.iterations());
+  const char* names[] = {"24", "", "", "32", "565", "555", "grey"};
+  state.SetLabel(std::string(names[from]) + " -> " + names[to]);
+}
+BENCHMARK(SetFormat)
+    ->Args({vf24Bit, vf32Bit})
+    ->Args({vf32Bit, vf24Bit})
+    ->Args({vf24Bit, vfGrey})
+    ->Args({vfGrey, vf24Bit})
+    ->Args({vf16Bit565, vf24Bit})
+    ->Args({vf16Bit555, vf24Bit})
+    ->Unit(benchmark::kMicrosecond);
+
+void MemcpyFrame(benchmark::State& state) {
+  const std::size_t bytes = static_cast<std::size_t>(state.range(0)) * kW * kH;
+  std::vector<std::uint8_t> a(bytes, 1), b(bytes);
+  for (auto _ : state) {
+    std::memcpy(b.data(), a.data(), bytes);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations());
+  state.SetLabel(std::to_string(state.range(0)) + " bytes per pixel");
+}
+BENCHMARK(MemcpyFrame)->Arg(3)->Arg(4)->Unit(benchmark::kMicrosecond);
 
 } // namespace

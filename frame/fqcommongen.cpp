@@ -14,14 +14,18 @@ TFQFilterOutputSize::TFQFilterOutputSize(IPWLock& lock, int width, int height)
       defaultWidth_(width_), defaultHeight_(height_) {}
 
 void TFQFilterOutputSize::DeclareProperties(TPWPropertyList& props) {
-  props.Int<std::int32_t>(
-      "Width", [this] { return GetWidth(); },
-      [this](std::int64_t v) { SetWidth(static_cast<int>(std::clamp<std::int64_t>(v, 0, kMax))); },
-      defaultWidth_);
-  props.Int<std::int32_t>(
-      "Height", [this] { return GetHeight(); },
-      [this](std::int64_t v) { SetHeight(static_cast<int>(std::clamp<std::int64_t>(v, 0, kMax))); },
-      defaultHeight_);
+  props
+      .Int<std::int32_t>(
+          "Width", [this] { return GetWidth(); },
+          [this](std::int64_t v) { SetWidth(static_cast<int>(std::clamp<std::int64_t>(v, 0, kMax))); },
+          defaultWidth_)
+      .Range(1, kMax);
+  props
+      .Int<std::int32_t>(
+          "Height", [this] { return GetHeight(); },
+          [this](std::int64_t v) { SetHeight(static_cast<int>(std::clamp<std::int64_t>(v, 0, kMax))); },
+          defaultHeight_)
+      .Range(1, kMax);
 }
 
 int TFQFilterOutputSize::GetWidth() const {
@@ -177,8 +181,10 @@ const TPWEnumType kClockSources{"TWQClockSource", {"csAuto", "csThread", "csPin"
 } // namespace
 
 void TFQGenPump::DeclareProperties(TPWPropertyList& props) {
-  props.Float(
-      "Rate", [this] { return GetRate(); }, [this](double v) { SetRate(v); }, 25.0);
+  props
+      .Float(
+          "Rate", [this] { return GetRate(); }, [this](double v) { SetRate(v); }, 25.0)
+      .Range(0.001, 1000.0);
   props.Enum(
       "PumpType", kPumpTypes, [this] { return static_cast<int>(GetPumpType()); },
       [this](int v) { SetPumpType(static_cast<TPWPumpType>(v)); }, ptAuto);

@@ -406,31 +406,35 @@ void TZNFireControls::DeclareFireProperties(TPWPropertyList& props, std::uint32_
       "FireColor", kFireColors, [this] { return static_cast<int>(GetFireColor()); },
       [this](int v) { SetFireColor(static_cast<TZNFireColor>(v)); }, fcRed);
   const auto u = [&](const char* name, std::uint32_t (C::*get)() const, void (C::*set)(std::uint32_t),
-                     std::uint32_t def) {
-    props.Int<std::uint32_t>(
+                     std::uint32_t def) -> TPWProperty& {
+    return props.Int<std::uint32_t>(
         name, [this, get] { return static_cast<std::int64_t>((this->*get)()); },
         [this, set](std::int64_t v) { (this->*set)(static_cast<std::uint32_t>(v)); }, def);
   };
-  u("Flammability", &C::GetFlammability, &C::SetFlammability, 3);
+  u("Flammability", &C::GetFlammability, &C::SetFlammability, 3).AtLeast(1);
   props.Int<std::int32_t>(
       "IncreaseStep", [this] { return GetIncreaseStep(); },
       [this](std::int64_t v) { SetIncreaseStep(static_cast<std::int32_t>(v)); }, 1);
   u("Smoothness", &C::GetSmoothness, &C::SetSmoothness, 2);
-  u("Decay", &C::GetDecay, &C::SetDecay, 5);
+  u("Decay", &C::GetDecay, &C::SetDecay, 5).Range(1, 100);
   u("IgnitionPeriod", &C::GetIgnitionPeriod, &C::SetIgnitionPeriod, 5);
-  u("ReignitionPeriod", &C::GetReignitionPeriod, &C::SetReignitionPeriod, 20);
-  u("Distribution", &C::GetDistribution, &C::SetDistribution, 1);
+  u("ReignitionPeriod", &C::GetReignitionPeriod, &C::SetReignitionPeriod, 20).AtLeast(1);
+  u("Distribution", &C::GetDistribution, &C::SetDistribution, 1).Range(0, 10);
   u("MinFire", &C::GetMinFire, &C::SetMinFire, 50);
   u("LeftOffset", &C::GetLeftOffset, &C::SetLeftOffset, offsetDefault);
   u("RightOffset", &C::GetRightOffset, &C::SetRightOffset, offsetDefault);
-  u("Iterations", &C::GetIterations, &C::SetIterations, 1);
-  u("Transparency", &C::GetTransparency, &C::SetTransparency, 0);
+  u("Iterations", &C::GetIterations, &C::SetIterations, 1).Range(1, 100);
+  u("Transparency", &C::GetTransparency, &C::SetTransparency, 0).Range(0, 100);
   u("CornerSmooth", &C::GetCornerSmooth, &C::SetCornerSmooth, 20);
-  props.Int<std::int32_t>(
-      "Wind", [this] { return GetWind(); },
-      [this](std::int64_t v) { SetWind(static_cast<std::int32_t>(std::clamp<std::int64_t>(v, -10, 10))); },
-      0);
-  u("HeatLimit", &C::GetHeatLimit, &C::SetHeatLimit, 255);
+  props
+      .Int<std::int32_t>(
+          "Wind", [this] { return GetWind(); },
+          [this](std::int64_t v) {
+            SetWind(static_cast<std::int32_t>(std::clamp<std::int64_t>(v, -10, 10)));
+          },
+          0)
+      .Range(-10, 10);
+  u("HeatLimit", &C::GetHeatLimit, &C::SetHeatLimit, 255).Range(1, 255);
   props.Object("Smooth", sim_->Smooth);
 }
 

@@ -74,6 +74,20 @@ struct TPWProperty {
   std::function<IPWPersistent*()> Add;
   std::function<void()> Clear;
   std::string Description;
+  // The values the setter keeps, for numbers whose setter clamps (a value
+  // outside becomes the nearest bound): shown by describe, and the command
+  // line warns when a given value lies outside.
+  std::optional<double> RangeMin;
+  std::optional<double> RangeMax;
+  TPWProperty& Range(double lo, double hi) {
+    RangeMin = lo;
+    RangeMax = hi;
+    return *this;
+  }
+  TPWProperty& AtLeast(double lo) {
+    RangeMin = lo;
+    return *this;
+  }
 };
 
 class TPWPropertyList {

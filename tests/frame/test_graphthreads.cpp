@@ -216,8 +216,8 @@ TEST(GraphThreads, InPlaceChainCopiesOnlyWhereTheFrameIsShared) {
   const std::uint8_t* arrived = nullptr;
   grabber->SetOnFrame([&](const IFQImageBuffer& f) { arrived = f.GetReadPointer(); });
   second->OutputPin.Connect(grabber->InputPin);
-  const IFQImageBuffer picture = RandomFrame(640, 480, vf24Bit, 2);
-  source->StartStream(640, 480, vf24Bit, 400000);
+  const IFQImageBuffer picture = RandomFrame(320, 240, vf24Bit, 2);
+  source->StartStream(320, 240, vf24Bit, 400000);
   for (int i = 0; i < 5; ++i) source->Push(picture); // settle the pool
   const TFQPixelPoolStats before = FQGetPixelPoolStats();
   for (int i = 0; i < 50; ++i) {
