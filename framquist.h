@@ -22,6 +22,7 @@
 #include "frame/fqimagebuffer.h"
 #include "frame/fqimagepins.h"
 #include "frame/fqmatrixfilter.h"
+#include "frame/fqlaunch.h"
 #include "frame/fqmirror.h"
 #include "frame/fqregistry.h"
 #include "frame/fqsinkfilter.h"

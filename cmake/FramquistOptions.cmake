@@ -9,7 +9,8 @@ function(framquist_apply_options target)
     list(JOIN FRAMQUIST_SANITIZE "," san)
     # GCC 12 reports false maybe-uninitialized warnings in std::variant and
     # std::string under the sanitizers; release builds keep the warning.
-    target_compile_options(${target} PRIVATE -fsanitize=${san} -fno-omit-frame-pointer -Wno-maybe-uninitialized)
+    target_compile_options(${target} PRIVATE -fsanitize=${san} -fno-omit-frame-pointer
+                                             $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     target_link_options(${target} PRIVATE -fsanitize=${san})
     if("undefined" IN_LIST FRAMQUIST_SANITIZE)
       target_compile_options(${target} PRIVATE -fno-sanitize-recover=undefined)

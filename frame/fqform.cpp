@@ -1,11 +1,12 @@
 #include "frame/fqform.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
-#include <map>
 #include <nlohmann/json.hpp>
-#include <sstream>
+#include <unordered_set>
 
 #include "frame/fqregistry.h"
 
@@ -13,102 +14,245 @@ namespace framquist {
 
 using Json = nlohmann::ordered_json;
 
+namespace {
+
+// ---- text ------------------------------------------------------------------
+
+constexpr std::size_t kNone = std::string::npos;
+
+// The offset of the first byte that is not part of well-formed UTF-8 (no
+// overlong forms, surrogates or code points past U+10FFFF), or kNone.
+std::size_t FirstNonUtf8(std::string_view s) {
+  std::size_t i = 0;
+  while (i < s.size()) {
+    const auto c = static_cast<unsigned char>(s[i]);
+    if (c < 0x80) {
+      ++i;
+      continue;
+    }
+    std::size_t more = 0;
+    unsigned char lo = 0x80, hi = 0xBF; // the range of the second byte
+    if (c >= 0xC2 && c <= 0xDF) {
+      more = 1;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+      more = 2;
+      if (c == 0xE0) lo = 0xA0;
+      if (c == 0xED) hi = 0x9F;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+      more = 3;
+      if (c == 0xF0) lo = 0x90;
+      if (c == 0xF4) hi = 0x8F;
+    } else {
+      return i;
+    }
+    if (s.size() - i <= more) return i;
+    for (std::size_t k = 1; k <= more; ++k) {
+      const auto b = static_cast<unsigned char>(s[i + k]);
+      if (b < (k == 1 ? lo : 0x80) || b > (k == 1 ? hi : 0xBF)) return i;
+    }
+    i += more + 1;
+  }
+  return kNone;
+}
+
+// Text for a message: control characters and bytes that are not UTF-8 as
+// \xNN, so a message never carries raw garbage to a terminal.
+std::string Printable(std::string_view s) {
+  std::string out;
+  while (!s.empty()) {
+    const std::size_t bad = FirstNonUtf8(s);
+    const std::string_view good = s.substr(0, bad);
+    for (const char c : good) {
+      if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
+        char buf[8];
+        std::snprintf(buf, sizeof buf, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(c)));
+        out += buf;
+      } else {
+        out += c;
+      }
+    }
+    if (bad == kNone) break;
+    char buf[8];
+    std::snprintf(buf, sizeof buf, "\\x%02X", static_cast<unsigned>(static_cast<unsigned char>(s[bad])));
+    out += buf;
+    s.remove_prefix(bad + 1);
+  }
+  return out;
+}
+
+// Line and column (both from 1; the column counts characters, not bytes) of
+// a byte offset.
+std::pair<int, int> LineColumn(std::string_view text, std::size_t offset) {
+  offset = std::min(offset, text.size());
+  int line = 1, column = 1;
+  for (std::size_t i = 0; i < offset; ++i) {
+    if (text[i] == '\n') {
+      ++line;
+      column = 1;
+    } else if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
+      ++column;
+    }
+  }
+  return {line, column};
+}
+
+} // namespace
+
 TFQFormError::TFQFormError(std::string file, int line, int column, std::string place, std::string what)
     : std::runtime_error([&] {
         std::string m = file;
         if (line > 0) m += ":" + std::to_string(line) + ":" + std::to_string(column);
-        m += ": ";
+        if (!m.empty()) m += ": ";
         if (!place.empty()) m += place + ": ";
-        return m + what;
+        // The message never carries control characters or bytes that are not
+        // UTF-8 from the form or the command line to a terminal.
+        return Printable(m + what);
       }()),
       File(std::move(file)), Line(line), Column(column), Place(std::move(place)), What(std::move(what)) {}
 
 namespace {
 
-// ---- where each value of a JSON text stands --------------------------------
+// ---- parsing ---------------------------------------------------------------
 
-// Walks the text once and records the line and column of every value by its
-// place ("components[1].properties.MirrorType"), so errors found after
-// parsing can still point into the file.
-class Locator {
+// Forms nest about eight levels deep (extra properties' lists a few more);
+// the limit stops a hostile file long before anything could run out of stack.
+constexpr std::size_t kMaxDepth = 64;
+// Forms are a few kilobytes; this stops a wrong file (or /dev/zero) early.
+constexpr std::size_t kMaxFormBytes = 64u << 20;
+
+// Where a value starts, and the key before it (kNone in an array or at the
+// top), as byte offsets.
+struct TValueStart {
+  std::size_t Value;
+  std::size_t Key;
+};
+
+// Builds the document from the parser's events, with the depth limit, the
+// repeated-key check and the start of every value. The parser reports each
+// token once, in text order, so a cursor that steps over separators and
+// white space finds where each one starts.
+class TJsonBuilder {
 public:
-  explicit Locator(std::string_view text) : text_(text) {
-    SkipSpace();
-    Value("");
+  explicit TJsonBuilder(std::string_view text) : text_(text) {}
+
+  Json Root;
+  std::vector<TValueStart> Starts; // in document (pre-)order
+  std::size_t ErrorAt = kNone;
+  std::string Error;
+
+  bool null() { return Scalar(nullptr); }
+  bool boolean(bool v) { return Scalar(v); }
+  bool number_integer(std::int64_t v) { return Scalar(v); }
+  bool number_unsigned(std::uint64_t v) { return Scalar(v); }
+  bool number_float(double v, const std::string&) { return Scalar(v); }
+  bool string(std::string& v) { return Scalar(std::move(v)); }
+  // Only the binary formats have binary values; text never does.
+  bool binary(Json::binary_t&) { return Stop(Token(), "binary data in a JSON text"); }
+  bool start_object(std::size_t) { return Open(Json::object()); }
+  bool start_array(std::size_t) { return Open(Json::array()); }
+  bool end_object() { return Close(); }
+  bool end_array() { return Close(); }
+
+  bool key(std::string& k) {
+    const std::size_t at = Token();
+    if (!open_.back().Keys.insert(k).second)
+      return Stop(at, "the key '" + Printable(k) + "' appears twice in this object");
+    // Straight onto the end of the object's list of pairs: the key is new,
+    // and looking it up in an ordered object costs a pass over its keys.
+    auto& pairs = static_cast<Json::object_t::Container&>(open_.back().Node->get_ref<Json::object_t&>());
+    pairs.emplace_back(std::move(k), nullptr);
+    slot_ = &pairs.back().second;
+    key_ = at;
+    return true;
   }
-  std::pair<int, int> Find(const std::string& place) const {
-    auto it = places_.find(place);
-    return it == places_.end() ? std::pair<int, int>{0, 0} : it->second;
+
+  bool parse_error(std::size_t position, const std::string& token, const nlohmann::detail::exception& e) {
+    // The position counts the byte that failed.
+    ErrorAt = position > 0 ? position - 1 : 0;
+    if (e.id == 406) { // out_of_range: a number past what a double holds; point at its start
+      ErrorAt = position >= token.size() ? position - token.size() : 0;
+      Error = "the number " + Printable(token) + " is out of range (a number is at most about 1.8e308)";
+      return false;
+    }
+    // "[json.exception.parse_error.101] parse error at line 1, column 5: syntax error ..."
+    std::string what = e.what();
+    if (const auto bracket = what.find("] "); bracket != std::string::npos) what.erase(0, bracket + 2);
+    if (what.rfind("parse error", 0) == 0)
+      if (const auto colon = what.find(": "); colon != std::string::npos) what.erase(0, colon + 2);
+    Error = "malformed JSON: " + Printable(what);
+    return false;
   }
 
 private:
-  void SkipSpace() {
-    while (pos_ < text_.size() &&
-           (text_[pos_] == ' ' || text_[pos_] == '\t' || text_[pos_] == '\n' || text_[pos_] == '\r'))
-      Advance();
+  struct TOpen {
+    Json* Node;
+    std::unordered_set<std::string> Keys;
+  };
+
+  bool Stop(std::size_t at, std::string what) {
+    ErrorAt = at;
+    Error = std::move(what);
+    return false;
   }
-  void Advance() {
-    if (text_[pos_] == '\n') {
-      ++line_;
-      col_ = 1;
-    } else {
-      ++col_;
+
+  // The start of the next token; the cursor moves past it.
+  std::size_t Token() {
+    const std::string_view skip(" \t\r\n,:");
+    while (pos_ < text_.size() && skip.find(text_[pos_]) != std::string_view::npos) ++pos_;
+    const std::size_t at = pos_;
+    if (pos_ >= text_.size()) return at;
+    const char c = text_[pos_++];
+    if (c == '"') {
+      while (pos_ < text_.size() && text_[pos_] != '"') pos_ += text_[pos_] == '\\' ? 2 : 1;
+      pos_ = std::min(pos_ + 1, text_.size());
+    } else if (c != '{' && c != '[' && c != '}' && c != ']') { // a number or a literal
+      const std::string_view end(" \t\r\n,:{}[]\"");
+      while (pos_ < text_.size() && end.find(text_[pos_]) == std::string_view::npos) ++pos_;
     }
-    ++pos_;
+    return at;
   }
-  std::string String() {
-    std::string out;
-    Advance(); // opening quote
-    while (pos_ < text_.size() && text_[pos_] != '"') {
-      if (text_[pos_] == '\\' && pos_ + 1 < text_.size()) Advance();
-      out += text_[pos_];
-      Advance();
+
+  Json* Place(Json&& value, std::size_t at) {
+    Starts.push_back({at, key_});
+    key_ = kNone;
+    if (open_.empty()) {
+      Root = std::move(value);
+      return &Root;
     }
-    if (pos_ < text_.size()) Advance();
-    return out;
+    Json& parent = *open_.back().Node;
+    if (parent.is_array()) {
+      auto& items = parent.get_ref<Json::array_t&>();
+      items.push_back(std::move(value));
+      return &items.back();
+    }
+    *slot_ = std::move(value);
+    return slot_;
   }
-  void Value(const std::string& place) {
-    if (pos_ >= text_.size()) return;
-    places_[place] = {line_, col_};
-    const char c = text_[pos_];
-    if (c == '{') {
-      Advance();
-      SkipSpace();
-      while (pos_ < text_.size() && text_[pos_] != '}') {
-        if (text_[pos_] != '"') return; // malformed: the parser reports it
-        const std::string key = String();
-        SkipSpace();
-        if (pos_ < text_.size() && text_[pos_] == ':') Advance();
-        SkipSpace();
-        Value(place.empty() ? key : place + "." + key);
-        SkipSpace();
-        if (pos_ < text_.size() && text_[pos_] == ',') Advance();
-        SkipSpace();
-      }
-      if (pos_ < text_.size()) Advance();
-    } else if (c == '[') {
-      Advance();
-      SkipSpace();
-      for (int i = 0; pos_ < text_.size() && text_[pos_] != ']'; ++i) {
-        Value(place + "[" + std::to_string(i) + "]");
-        SkipSpace();
-        if (pos_ < text_.size() && text_[pos_] == ',') Advance();
-        SkipSpace();
-      }
-      if (pos_ < text_.size()) Advance();
-    } else if (c == '"') {
-      String();
-    } else {
-      while (pos_ < text_.size() &&
-             std::string_view(",]} \t\r\n").find(text_[pos_]) == std::string_view::npos)
-        Advance();
-    }
+
+  bool Scalar(Json&& value) {
+    Place(std::move(value), Token());
+    return true;
+  }
+
+  bool Open(Json&& container) {
+    const std::size_t at = Token();
+    if (open_.size() >= kMaxDepth)
+      return Stop(at, "nested more than " + std::to_string(kMaxDepth) + " levels deep");
+    open_.push_back({Place(std::move(container), at), {}});
+    return true;
+  }
+
+  bool Close() {
+    Token();
+    open_.pop_back();
+    return true;
   }
 
   std::string_view text_;
   std::size_t pos_ = 0;
-  int line_ = 1, col_ = 1;
-  std::map<std::string, std::pair<int, int>> places_;
+  std::vector<TOpen> open_;
+  Json* slot_ = nullptr;    // the value of the key just read
+  std::size_t key_ = kNone; // where that key starts
 };
 
 std::string JsonKind(const Json& v) {
@@ -139,9 +283,10 @@ struct Converted {
   std::string Error;
 };
 
-Converted ConvertJson(const TPWProperty& p, const Json& v) {
+// found: how to name a value of the wrong kind (default: its JSON kind).
+Converted ConvertJson(const TPWProperty& p, const Json& v, const std::string& found = {}) {
   const auto expected = [&](const std::string& what) {
-    return Converted{{}, "expected " + what + ", found " + JsonKind(v)};
+    return Converted{{}, "expected " + what + ", found " + (found.empty() ? JsonKind(v) : found)};
   };
   switch (p.Type) {
   case TPWPropType::Bool:
@@ -169,7 +314,9 @@ Converted ConvertJson(const TPWProperty& p, const Json& v) {
     if (!v.is_string()) return expected("one of " + names);
     const int ordinal = p.Enum->Find(v.get<std::string>());
     if (ordinal < 0)
-      return {{}, "'" + v.get<std::string>() + "' is not a " + p.Enum->Name + "; expected one of " + names};
+      return {{},
+              "'" + Printable(v.get<std::string>()) + "' is not a " + p.Enum->Name + "; expected one of " +
+                  names};
     return {static_cast<std::int64_t>(ordinal), {}};
   }
   case TPWPropType::Color: {
@@ -195,6 +342,31 @@ Converted ConvertJson(const TPWProperty& p, const Json& v) {
   default:
     return {{}, "cannot be set directly"};
   }
+}
+
+// A number outside the range its setter keeps becomes the nearest bound;
+// the component says nothing (setters never report), so the form does.
+std::string ClampNote(const TPWProperty& p, const TPWValue& v) {
+  if (!p.RangeMin && !p.RangeMax) return {};
+  double x = 0;
+  if (const auto* i = std::get_if<std::int64_t>(&v))
+    x = static_cast<double>(*i);
+  else if (const auto* d = std::get_if<double>(&v))
+    x = *d;
+  else
+    return {};
+  const auto number = [](double n) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "%g", n);
+    return std::string(buf);
+  };
+  const std::string range = (p.RangeMin ? number(*p.RangeMin) : std::string("..")) + " .. " +
+                            (p.RangeMax ? number(*p.RangeMax) : std::string(""));
+  if (p.RangeMin && !(x >= *p.RangeMin))
+    return number(x) + " is outside " + range + "; clamped to " + number(*p.RangeMin);
+  if (p.RangeMax && x > *p.RangeMax)
+    return number(x) + " is outside " + range + "; clamped to " + number(*p.RangeMax);
+  return {};
 }
 
 Json ValueToJson(const TPWProperty& p, const TPWValue& v) {
@@ -231,6 +403,9 @@ void JsonToItems(const Json& v, std::vector<TPWStreamItem>& out, std::string& er
     for (const Json& e : v) JsonToItems(e, out, error);
     item.Kind = TPWStreamItem::ListEnd;
     out.push_back(item);
+  } else if (v.is_number_unsigned() && v.get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX)) {
+    if (error.empty())
+      error = v.dump() + " is out of range for an integer item (at most " + std::to_string(INT64_MAX) + ")";
   } else if (v.is_number_integer()) {
     item.Kind = TPWStreamItem::Integer;
     item.IntValue = v.get<std::int64_t>();
@@ -337,17 +512,77 @@ std::string PinDescription(const TPWPin& pin) {
 
 class TFQFormReader {
 public:
-  TFQFormReader(std::string_view text, std::string file)
-      : text_(text), file_(std::move(file)), locator_(text) {}
+  TFQFormReader(std::string_view text, std::string file) : text_(text), file_(std::move(file)) {
+    // A byte-order mark is allowed and is no part of line 1.
+    if (text_.substr(0, 3) == "\xEF\xBB\xBF") text_.remove_prefix(3);
+  }
 
-  [[noreturn]] void Fail(const std::string& place, const std::string& what) const {
-    const auto [line, column] = locator_.Find(place);
+  std::unique_ptr<TFQForm> Read() {
+    TJsonBuilder builder(text_);
+    if (!Json::sax_parse(text_, &builder, Json::input_format_t::json, true)) {
+      const auto [line, column] = LineColumn(text_, builder.ErrorAt);
+      throw TFQFormError(file_, line, column, "", builder.Error.empty() ? "malformed JSON" : builder.Error);
+    }
+    root_ = std::move(builder.Root);
+    starts_ = std::move(builder.Starts);
+
+    const Json& root = root_;
+    if (!root.is_object()) Fail(root, "", "expected a form object, found " + JsonKind(root));
+    for (const auto& [key, value] : root.items())
+      if (key != "framquist" && key != "components" && key != "connections")
+        Fail(value, key, "unknown key '" + Printable(key) + "'; expected framquist, components, connections",
+             true);
+    if (root.contains("framquist") && root["framquist"] != 1)
+      Fail(root["framquist"], "framquist",
+           "this form is of version " + root["framquist"].dump() + "; expected 1");
+
+    auto form = std::make_unique<TFQForm>();
+    form_ = form.get();
+    if (root.contains("components")) {
+      const Json& components = root["components"];
+      if (!components.is_array())
+        Fail(components, "components", "expected an array of components, found " + JsonKind(components));
+      for (std::size_t i = 0; i < components.size(); ++i)
+        ReadComponent(*form, components[i], "components[" + std::to_string(i) + "]");
+    }
+    if (root.contains("connections")) {
+      const Json& connections = root["connections"];
+      if (!connections.is_array())
+        Fail(connections, "connections", "expected an array of connections, found " + JsonKind(connections));
+      for (std::size_t i = 0; i < connections.size(); ++i)
+        ReadConnection(*form, connections[i], "connections[" + std::to_string(i) + "]");
+    }
+    for (TPWComponent* c : form->Components()) c->Loaded();
+    return form;
+  }
+
+private:
+  // Throws, pointing at the value (or at the key before it).
+  [[noreturn]] void Fail(const Json& at, const std::string& place, const std::string& what,
+                         bool atKey = false) const {
+    std::size_t index = 0, offset = 0;
+    if (Index(root_, at, index) && index < starts_.size())
+      offset = atKey && starts_[index].Key != kNone ? starts_[index].Key : starts_[index].Value;
+    const auto [line, column] = LineColumn(text_, offset);
     throw TFQFormError(file_, line, column, place, what);
+  }
+
+  // The position of a value in document order, which is the order in which
+  // the builder recorded where each value starts. Nesting is bounded, and
+  // this runs once, for the error.
+  static bool Index(const Json& node, const Json& target, std::size_t& index) {
+    if (&node == &target) return true;
+    ++index;
+    if (node.is_structured())
+      for (const Json& child : node)
+        if (Index(child, target, index)) return true;
+    return false;
   }
 
   void SetObject(IPWPersistent& object, const Json& values, const std::string& place,
                  const std::string& owner) {
-    if (!values.is_object()) Fail(place, "expected an object of properties, found " + JsonKind(values));
+    if (!values.is_object())
+      Fail(values, place, "expected an object of properties, found " + JsonKind(values));
     const TPWPropertyList props = PWDeclaredProperties(object);
     const TPWFiler filer = PWDefinedProperties(object);
     for (const auto& [name, value] : values.items()) {
@@ -362,15 +597,18 @@ public:
           for (const Json& item : value) JsonToItems(item, items, error);
         else
           JsonToItems(value, items, error);
-        if (!error.empty()) Fail(at, error);
+        if (!error.empty()) Fail(value, at, error);
         TPWReader reader(std::move(items));
         try {
           extra->Read(reader);
         } catch (const TPWStreamError& e) {
-          Fail(at, e.what());
+          Fail(value, at, e.what());
         }
       } else {
-        Fail(at, owner + " has no property '" + name + "'; expected one of: " + Join(PropertyNames(object)));
+        Fail(value, at,
+             owner + " has no property '" + Printable(name) +
+                 "'; expected one of: " + Join(PropertyNames(object)),
+             true);
       }
     }
   }
@@ -379,84 +617,46 @@ public:
     if (p.Type == TPWPropType::Object) {
       SetObject(*p.Object, value, at, owner + "." + p.Name);
     } else if (p.Type == TPWPropType::Collection) {
-      if (!value.is_array()) Fail(at, "expected an array of objects, found " + JsonKind(value));
+      if (!value.is_array()) Fail(value, at, "expected an array of objects, found " + JsonKind(value));
       p.Clear();
       int i = 0;
       for (const Json& item : value) {
         IPWPersistent* added = p.Add();
         const std::string itemAt = at + "[" + std::to_string(i++) + "]";
-        if (added == nullptr) Fail(itemAt, "the collection takes no more items");
+        if (added == nullptr) Fail(item, itemAt, "the collection takes no more items");
         SetObject(*added, item, itemAt, owner + "." + p.Name);
       }
     } else {
       Converted c = ConvertJson(p, value);
-      if (!c.Error.empty()) Fail(at, c.Error);
+      if (!c.Error.empty()) Fail(value, at, c.Error);
       p.Set(c.Value);
+      if (std::string note = ClampNote(p, c.Value); !note.empty() && form_ != nullptr)
+        form_->warnings_.push_back(file_ + ": " + at + ": " + note);
     }
   }
 
-  std::unique_ptr<TFQForm> Read() {
-    Json root;
-    try {
-      root = Json::parse(text_);
-    } catch (const Json::parse_error& e) {
-      // "[json.exception.parse_error.101] parse error at line 3, column 5: ..."
-      std::string what = e.what();
-      int line = 0, column = 0;
-      if (auto at = what.find("at line "); at != std::string::npos)
-        std::sscanf(what.c_str() + at, "at line %d, column %d", &line, &column);
-      if (auto colon = what.find(": ", what.find("parse error")); colon != std::string::npos)
-        what = what.substr(colon + 2);
-      throw TFQFormError(file_, line, column, "", "malformed JSON: " + what);
-    }
-    if (!root.is_object()) Fail("", "expected a form object, found " + JsonKind(root));
-    for (const auto& [key, value] : root.items())
-      if (key != "framquist" && key != "components" && key != "connections")
-        Fail(key, "unknown key '" + key + "'; expected framquist, components, connections");
-    if (root.contains("framquist") && root["framquist"] != 1)
-      Fail("framquist", "this form is of version " + root["framquist"].dump() + "; expected 1");
-
-    auto form = std::make_unique<TFQForm>();
-    if (root.contains("components")) {
-      const Json& components = root["components"];
-      if (!components.is_array())
-        Fail("components", "expected an array of components, found " + JsonKind(components));
-      for (std::size_t i = 0; i < components.size(); ++i)
-        ReadComponent(*form, components[i], "components[" + std::to_string(i) + "]");
-    }
-    if (root.contains("connections")) {
-      const Json& connections = root["connections"];
-      if (!connections.is_array())
-        Fail("connections", "expected an array of connections, found " + JsonKind(connections));
-      for (std::size_t i = 0; i < connections.size(); ++i)
-        ReadConnection(*form, connections[i], "connections[" + std::to_string(i) + "]");
-    }
-    for (TPWComponent* c : form->Components()) c->Loaded();
-    return form;
-  }
-
-private:
   void ReadComponent(TFQForm& form, const Json& c, const std::string& place) {
-    if (!c.is_object()) Fail(place, "expected a component object, found " + JsonKind(c));
+    if (!c.is_object()) Fail(c, place, "expected a component object, found " + JsonKind(c));
     for (const auto& [key, value] : c.items())
       if (key != "class" && key != "name" && key != "properties")
-        Fail(place + "." + key, "unknown key '" + key + "'; expected class, name, properties");
+        Fail(value, place + "." + key,
+             "unknown key '" + Printable(key) + "'; expected class, name, properties", true);
     if (!c.contains("class") || !c["class"].is_string())
-      Fail(place, "expected \"class\": the component's class name");
+      Fail(c.contains("class") ? c["class"] : c, place, "expected \"class\": the component's class name");
     const std::string className = c["class"].get<std::string>();
     std::string name;
     if (c.contains("name")) {
-      if (!c["name"].is_string() || c["name"].get<std::string>().empty())
-        Fail(place + ".name", "expected a non-empty string");
-      name = c["name"].get<std::string>();
-      if (name.find_first_of(".[] ") != std::string::npos)
-        Fail(place + ".name", "a name may not hold '.', '[', ']' or spaces");
+      const Json& n = c["name"];
+      if (!n.is_string()) Fail(n, place + ".name", "expected a string, found " + JsonKind(n));
+      name = n.get<std::string>();
+      if (const std::string problem = TFQForm::NameProblem(name); !problem.empty())
+        Fail(n, place + ".name", problem);
       if (form.Find(name) != nullptr)
-        Fail(place + ".name", "a component named '" + name + "' exists already");
+        Fail(n, place + ".name", "a component named '" + name + "' exists already");
     }
     if (!TFQRegistry::Contains(className))
-      Fail(place + ".class",
-           "unknown class '" + className + "'; `framquist list` shows the registered classes");
+      Fail(c["class"], place + ".class",
+           "unknown class '" + Printable(className) + "'; `framquist list` shows the registered classes");
     TPWComponent& component = form.Add(className, name);
     if (c.contains("properties")) SetObject(component, c["properties"], place + ".properties", className);
   }
@@ -464,17 +664,19 @@ private:
   void ReadConnection(TFQForm& form, const Json& c, const std::string& place) {
     if (!c.is_object() || !c.contains("from") || !c.contains("to") || !c["from"].is_string() ||
         !c["to"].is_string())
-      Fail(place, "expected {\"from\": \"Component.Pin\", \"to\": \"Component.Pin\"}");
+      Fail(c, place, "expected {\"from\": \"Component.Pin\", \"to\": \"Component.Pin\"}");
     try {
       form.Connect(c["from"].get<std::string>(), c["to"].get<std::string>());
     } catch (const TFQFormError& e) {
-      Fail(place + "." + e.Place, e.What);
+      Fail(e.Place == "from" || e.Place == "to" ? c[e.Place] : c, place + "." + e.Place, e.What);
     }
   }
 
   std::string_view text_;
   std::string file_;
-  Locator locator_;
+  TFQForm* form_ = nullptr; // the form being read, for its warnings
+  Json root_;
+  std::vector<TValueStart> starts_;
 };
 
 // ---- TFQForm ---------------------------------------------------------------
@@ -483,6 +685,7 @@ TFQForm::TFQForm() { Initialize(); }
 
 TFQForm::~TFQForm() {
   Stop();
+  byName_.clear();
   while (!entries_.empty()) entries_.pop_back();
   Finalize();
 }
@@ -492,12 +695,60 @@ std::unique_ptr<TFQForm> TFQForm::Parse(std::string_view text, std::string sourc
 }
 
 std::unique_ptr<TFQForm> TFQForm::Load(const std::filesystem::path& file) {
+  const std::string name = file.string();
+  std::error_code ec;
+  const auto type = std::filesystem::status(file, ec).type();
+  if (type == std::filesystem::file_type::not_found)
+    throw TFQFormError(name, 0, 0, "", "cannot read the file: no such file");
+  if (type == std::filesystem::file_type::directory)
+    throw TFQFormError(name, 0, 0, "", "cannot read the file: it is a directory");
+  errno = 0;
   std::ifstream in(file, std::ios::binary);
-  if (!in) throw TFQFormError(file.string(), 0, 0, "", "cannot read the file");
-  std::stringstream text;
-  text << in.rdbuf();
-  return Parse(text.str(), file.string());
+  const auto reason = [] {
+    return errno != 0 ? ": " + std::generic_category().message(errno) : std::string();
+  };
+  if (!in) throw TFQFormError(name, 0, 0, "", "cannot read the file" + reason());
+  std::string text;
+  std::vector<char> chunk(1 << 16);
+  while (in.read(chunk.data(), static_cast<std::streamsize>(chunk.size())) || in.gcount() > 0) {
+    text.append(chunk.data(), static_cast<std::size_t>(in.gcount()));
+    if (text.size() > kMaxFormBytes)
+      throw TFQFormError(name, 0, 0, "",
+                         "the file is larger than " + std::to_string(kMaxFormBytes >> 20) +
+                             " MiB; is it a form?");
+  }
+  if (in.bad()) throw TFQFormError(name, 0, 0, "", "cannot read the file" + reason());
+  return Parse(text, name);
 }
+
+namespace {
+
+// What nlohmann-json cannot write as given: bytes that are not UTF-8 (it
+// would throw) and numbers that are not finite (it would write null, which
+// reads back as an error). Either is reported at the property that holds it.
+void CheckWritable(const Json& v, const std::string& place) {
+  if (v.is_object()) {
+    for (const auto& [key, value] : v.items()) CheckWritable(value, place + "." + key);
+  } else if (v.is_array()) {
+    std::size_t i = 0;
+    for (const Json& item : v) CheckWritable(item, place + "[" + std::to_string(i++) + "]");
+  } else if (v.is_string()) {
+    const std::string& s = v.get_ref<const std::string&>();
+    if (const std::size_t bad = FirstNonUtf8(s); bad != kNone) {
+      char byte[8];
+      std::snprintf(byte, sizeof byte, "0x%02X", static_cast<unsigned>(static_cast<unsigned char>(s[bad])));
+      throw TFQFormError("", 0, 0, place,
+                         "'" + Printable(s) + "' is not UTF-8 text (byte " + byte + " at offset " +
+                             std::to_string(bad) + "); a form holds text as UTF-8");
+    }
+  } else if (v.is_number_float() && !std::isfinite(v.get<double>())) {
+    throw TFQFormError("", 0, 0, place,
+                       v.get<double>() != v.get<double>() ? "cannot store NaN in a form"
+                                                          : "cannot store an infinite number in a form");
+  }
+}
+
+} // namespace
 
 std::string TFQForm::Save() const {
   Json root = Json::object();
@@ -508,7 +759,10 @@ std::string TFQForm::Save() const {
     c["class"] = std::string(e.Component->GetClassName());
     c["name"] = e.Name;
     Json props = WriteObject(*e.Component);
-    if (!props.empty()) c["properties"] = std::move(props);
+    if (!props.empty()) {
+      CheckWritable(props, "components[" + std::to_string(components.size()) + "].properties");
+      c["properties"] = std::move(props);
+    }
     components.push_back(std::move(c));
   }
   root["components"] = std::move(components);
@@ -526,38 +780,63 @@ std::string TFQForm::Save() const {
 }
 
 void TFQForm::SaveFile(const std::filesystem::path& file) const {
-  const std::string text = Save();
+  std::string text;
+  try {
+    text = Save();
+  } catch (const TFQFormError& e) {
+    throw TFQFormError(file.string(), 0, 0, e.Place, e.What);
+  }
   std::ofstream out(file, std::ios::binary | std::ios::trunc);
   if (!out || !out.write(text.data(), static_cast<std::streamsize>(text.size())))
     throw TFQFormError(file.string(), 0, 0, "", "cannot write the file");
 }
 
-std::string TFQForm::UniqueName(std::string_view className) const {
+std::string TFQForm::NameProblem(std::string_view name) {
+  if (name.empty()) return "a component name may not be empty";
+  if (FirstNonUtf8(name) != kNone) return "the name '" + Printable(name) + "' is not UTF-8 text";
+  for (const char c : name)
+    if (c == '.' || c == '[' || c == ']' || c == ' ' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
+      return "the name '" + Printable(name) + "' holds '" + Printable(std::string_view(&c, 1)) +
+             "'; a name may not hold '.', '[', ']', spaces or control characters";
+  return {};
+}
+
+std::string TFQForm::UniqueName(std::string_view className) {
   std::string base(className);
   if (base.rfind("TFQ", 0) == 0 && base.size() > 3) base = base.substr(3);
   if (Find(base) == nullptr) return base;
-  for (int i = 2;; ++i)
-    if (Find(base + std::to_string(i)) == nullptr) return base + std::to_string(i);
+  // Start where the last search for this base ended, so that adding many
+  // components of one class takes no more than one lookup each.
+  int& next = nextNumber_[base];
+  for (int i = std::max(next, 2);; ++i)
+    if (Find(base + std::to_string(i)) == nullptr) {
+      next = i + 1;
+      return base + std::to_string(i);
+    }
 }
 
 TPWComponent& TFQForm::Add(std::string_view className, std::string name) {
-  if (name.empty()) name = UniqueName(className);
+  if (name.empty()) {
+    name = UniqueName(className);
+  } else if (std::string problem = NameProblem(name); !problem.empty()) {
+    throw TFQFormError("", 0, 0, "name", std::move(problem));
+  }
   if (Find(name) != nullptr)
     throw TFQFormError("", 0, 0, name, "a component named '" + name + "' exists already");
   TPWOwned<TPWComponent> component = TFQRegistry::Create(className);
   if (!component)
-    throw TFQFormError("", 0, 0, std::string(className),
-                       "unknown class '" + std::string(className) +
+    throw TFQFormError("", 0, 0, Printable(className),
+                       "unknown class '" + Printable(className) +
                            "'; `framquist list` shows the registered classes");
   component->SetName(name);
+  byName_[name] = component.get();
   entries_.push_back({std::move(name), std::move(component)});
   return *entries_.back().Component;
 }
 
 TPWComponent* TFQForm::Find(std::string_view name) const {
-  for (const Entry& e : entries_)
-    if (e.Name == name) return e.Component.get();
-  return nullptr;
+  const auto it = byName_.find(std::string(name));
+  return it == byName_.end() ? nullptr : it->second;
 }
 
 std::vector<TPWComponent*> TFQForm::Components() const {
@@ -653,9 +932,12 @@ void TFQForm::SetProperty(TPWComponent& component, std::string_view path, std::s
         value = Json::parse(s, nullptr, false);
         if (value.is_discarded()) value = s;
       }
-      Converted c = ConvertJson(*p, value);
+      // Typed text is named as typed: "found 'fast'", not "found a string".
+      Converted c = ConvertJson(*p, value, "'" + s + "'");
       if (!c.Error.empty()) throw TFQFormError("", 0, 0, name + "." + std::string(path), c.Error);
       p->Set(c.Value);
+      if (std::string note = ClampNote(*p, c.Value); !note.empty())
+        warnings_.push_back(name + "." + std::string(path) + ": " + note);
       return;
     }
     if (p->Type != TPWPropType::Object)

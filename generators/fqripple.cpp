@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <numbers>
 #include <random>
@@ -128,9 +129,17 @@ void TFQRain::DefineProperties(TPWFiler& filer) {
 }
 
 void TFQRain::ReadDepthData(TPWReader& Reader) {
+  // The depths are single-precision: a value beyond that range would become
+  // infinite and could not be stored again.
+  auto depth = [&Reader] {
+    const double v = Reader.ReadFloat();
+    if (!(std::fabs(v) <= std::numeric_limits<float>::max()))
+      throw TPWStreamError("a depth must be a finite single-precision number");
+    return static_cast<float>(v);
+  };
   Reader.ReadListBegin();
-  const auto minDepth = static_cast<float>(Reader.ReadFloat());
-  const auto maxDepth = static_cast<float>(Reader.ReadFloat());
+  const float minDepth = depth();
+  const float maxDepth = depth();
   Reader.ReadListEnd();
   // Through the setters, in the streamed order, as any loaded value.
   SetMinDepth(minDepth);

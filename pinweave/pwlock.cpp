@@ -125,8 +125,14 @@ void TPWLock::ReleaseWrite() {
     actions.swap(afterRelease_);
     changed_.notify_all();
   }
+  if (actions.capacity() == 0) return; // nothing was queued
   // The lock is free here; an action that takes it again queues its own.
   for (auto& action : actions) action();
+  // Hand the emptied buffer back, so the next writer's first action does not
+  // allocate (one frame through a filter posts one).
+  actions.clear();
+  std::lock_guard guard(mutex_);
+  if (afterRelease_.capacity() == 0) afterRelease_.swap(actions);
 }
 
 void TPWLock::RunAfterRelease(std::function<void()> action) {

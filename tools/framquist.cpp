@@ -6,14 +6,21 @@
 //   framquist list
 //   framquist describe CLASS
 //
-// Exit codes: 0 success, 2 usage or form error, 1 failure while running.
+// Exit codes: 0 success, 2 usage or form error (a graph that could never
+// run included), 1 failure while running, 128 + the signal's number after
+// Ctrl-C (130), SIGTERM (143) or SIGHUP (129), the outputs finalised.
+#include <pthread.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <mutex>
 #include <optional>
@@ -21,7 +28,11 @@
 #include <thread>
 #include <vector>
 
+#include "capture/fqthreadedsource.h"
+#include "frame/fqcommongen.h"
+#include "frame/fqendpoints.h"
 #include "frame/fqform.h"
+#include "frame/fqlaunch.h"
 #include "frame/fqregistry.h"
 #include "frame/fqsinkfilter.h"
 
@@ -55,10 +66,6 @@ class UsageError : public std::runtime_error {
 public:
   using std::runtime_error::runtime_error;
 };
-
-std::atomic<bool> gInterrupted{false};
-
-extern "C" void OnSignal(int) { gInterrupted = true; }
 
 struct RunOptions {
   std::optional<long long> Frames;
@@ -116,93 +123,145 @@ RunOptions ParseRunOptions(const std::vector<std::string>& args, std::size_t fro
   return o;
 }
 
-// Splits a chain into words; quotes group words with spaces.
-std::vector<std::string> SplitWords(const std::string& line) {
-  std::vector<std::string> words;
-  std::string word;
-  bool inWord = false;
-  char quote = 0;
-  for (char c : line) {
-    if (quote != 0) {
-      if (c == quote)
-        quote = 0;
-      else
-        word += c;
-    } else if (c == '"' || c == '\'') {
-      quote = c;
-      inWord = true;
-    } else if (c == ' ' || c == '\t' || c == '\n') {
-      if (inWord) words.push_back(word);
-      word.clear();
-      inWord = false;
-    } else {
-      word += c;
-      inWord = true;
-    }
-  }
-  if (quote != 0) throw UsageError("unbalanced quote in the chain");
-  if (inWord) words.push_back(word);
-  return words;
-}
+// ---- the graph before it runs ------------------------------------------------
 
-TPWPin* FirstPin(TPWComponent& c, bool source) {
+bool HasVideoInput(TPWComponent& c, bool connectedOnly) {
   for (TPWPin* pin : c.GetPins())
-    if (pin->IsSource() == source && pin->GetKind() == pkVideo) return pin;
-  return nullptr;
+    if (!pin->IsSource() && pin->GetKind() == pkVideo && (!connectedOnly || pin->IsConnected())) return true;
+  return false;
 }
 
-std::unique_ptr<TFQForm> BuildChain(const std::string& chain) {
-  auto form = std::make_unique<TFQForm>();
-  const std::vector<std::string> words = SplitWords(chain);
-  std::vector<std::vector<std::string>> elements(1);
-  for (const std::string& w : words) {
-    if (w == "!")
-      elements.emplace_back();
-    else
-      elements.back().push_back(w);
+bool HasVideoOutput(TPWComponent& c) {
+  for (TPWPin* pin : c.GetPins())
+    if (pin->IsSource() && pin->GetKind() == pkVideo) return true;
+  return false;
+}
+
+// Components that make frames with no input: generators (also filters that
+// generate while unconnected) and file or pipe inputs.
+bool MakesFrames(TPWComponent& c) {
+  return dynamic_cast<TFQCommonGen*>(&c) != nullptr || dynamic_cast<TFQCommonROIGenFilter*>(&c) != nullptr ||
+         dynamic_cast<TFQThreadedSource*>(&c) != nullptr || dynamic_cast<TFQImageSource*>(&c) != nullptr;
+}
+
+std::string Called(const TFQForm& form, const TPWComponent& c) {
+  return "'" + form.NameOf(c) + "' (" + std::string(c.GetClassName()) + ")";
+}
+
+// Why the graph could never make progress, or an empty string: no
+// components, no output, an output or a filter with nothing feeding it, a
+// cycle. Such a graph would otherwise wait forever without a word.
+std::string CheckGraph(const TFQForm& form) {
+  const std::vector<TPWComponent*> all = form.Components();
+  if (all.empty()) return "the form has no components";
+  bool anySink = false, anySource = false;
+  for (TPWComponent* c : all) {
+    const bool sink = dynamic_cast<TFQSinkFilter*>(c) != nullptr;
+    anySink = anySink || sink;
+    if (HasVideoInput(*c, false) && !HasVideoInput(*c, true) && !MakesFrames(*c))
+      return Called(form, *c) + " has no input connected, so it would never get a frame";
+    if (!HasVideoInput(*c, true) && HasVideoOutput(*c)) anySource = true;
   }
-  TPWComponent* previous = nullptr;
-  for (std::size_t e = 0; e < elements.size(); ++e) {
-    const auto& element = elements[e];
-    const std::string where = "element " + std::to_string(e + 1);
-    if (element.empty()) throw TFQFormError("chain", 0, 0, where, "expected a class name");
-    if (!TFQRegistry::Contains(element[0]))
-      throw TFQFormError("chain", 0, 0, where,
-                         "unknown class '" + element[0] + "'; `framquist list` shows the registered classes");
-    std::string name;
-    for (std::size_t i = 1; i < element.size(); ++i)
-      if (element[i].rfind("Name=", 0) == 0) name = element[i].substr(5);
-    TPWComponent& c = form->Add(element[0], name);
-    for (std::size_t i = 1; i < element.size(); ++i) {
-      const std::string& setting = element[i];
-      const auto eq = setting.find('=');
-      if (eq == std::string::npos || eq == 0)
-        throw TFQFormError("chain", 0, 0, where, "expected Name=Value, found '" + setting + "'");
-      if (setting.compare(0, eq, "Name") == 0) continue;
-      try {
-        form->SetProperty(c, setting.substr(0, eq), setting.substr(eq + 1));
-      } catch (const TFQFormError& err) {
-        throw TFQFormError("chain", 0, 0, where + " (" + err.Place + ")", err.What);
+  if (!anySink)
+    return "nothing takes the frames: the graph has no output (a sink such as TFQVideoFileSink or "
+           "TFQY4MSink)";
+  if (!anySource) return "nothing makes frames: every component waits for an input";
+  // A cycle: depth-first over the video links, downstream.
+  enum Mark { kNew, kOpen, kDone };
+  std::vector<Mark> marks(all.size(), kNew);
+  std::vector<std::size_t> path;
+  auto indexOf = [&](const TPWComponent* c) {
+    return static_cast<std::size_t>(std::find(all.begin(), all.end(), c) - all.begin());
+  };
+  std::string cycle;
+  std::function<bool(std::size_t)> visit = [&](std::size_t at) {
+    marks[at] = kOpen;
+    path.push_back(at);
+    for (TPWPin* pin : all[at]->GetPins()) {
+      if (!pin->IsSource() || pin->GetKind() != pkVideo) continue;
+      for (TPWSinkPin* sink : static_cast<TPWSourcePin*>(pin)->GetSinks()) {
+        const std::size_t next = indexOf(sink->GetOwner());
+        if (next >= all.size()) continue;
+        if (marks[next] == kOpen) {
+          for (auto it = std::find(path.begin(), path.end(), next); it != path.end(); ++it)
+            cycle += form.NameOf(*all[*it]) + " -> ";
+          cycle += form.NameOf(*all[next]);
+          return true;
+        }
+        if (marks[next] == kNew && visit(next)) return true;
       }
     }
-    if (previous != nullptr) {
-      TPWPin* out = FirstPin(*previous, true);
-      TPWPin* in = FirstPin(c, false);
-      if (out == nullptr || in == nullptr)
-        throw TFQFormError(
-            "chain", 0, 0, where,
-            std::string(out == nullptr ? previous->GetClassName() : c.GetClassName()) +
-                (out == nullptr ? " has no video output to link from" : " has no video input to link to"));
-      form->Connect(form->NameOf(*previous) + "." + out->GetName(), form->NameOf(c) + "." + in->GetName());
-    }
-    previous = &c;
-  }
-  return form;
+    path.pop_back();
+    marks[at] = kDone;
+    return false;
+  };
+  for (std::size_t k = 0; k < all.size(); ++k)
+    if (marks[k] == kNew && visit(k)) return "the connections form a cycle: " + cycle;
+  return {};
 }
 
-// Runs a loaded form until its sources end, a limit is reached, a
-// component fails or the user interrupts.
-int Run(TFQForm& form, const RunOptions& options) {
+// ---- signals ------------------------------------------------------------------
+
+// Ctrl-C, SIGTERM and SIGHUP (terminal closed, ssh dropped) are taken by a
+// thread of their own, blocked everywhere else, so they are honoured even
+// while the main thread is inside an open that waits: the thread stops the
+// graph, which interrupts it. A second signal ends the process at once.
+class SignalWatch {
+public:
+  SignalWatch() {
+    sigemptyset(&set_);
+    sigaddset(&set_, SIGINT);
+    sigaddset(&set_, SIGTERM);
+    sigaddset(&set_, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &set_, nullptr); // before any other thread exists
+    thread_ = std::thread([this] { Wait(); });
+  }
+  ~SignalWatch() {
+    closing_ = true;
+    pthread_kill(thread_.native_handle(), SIGTERM);
+    thread_.join();
+  }
+  SignalWatch(const SignalWatch&) = delete;
+  SignalWatch& operator=(const SignalWatch&) = delete;
+
+  // What the first signal does; an empty function for nothing. Returns once
+  // a handler already running has finished.
+  void SetHandler(std::function<void()> handler) {
+    std::lock_guard g(mutex_);
+    handler_ = std::move(handler);
+  }
+  // 0 when none arrived.
+  int Signal() const { return signal_.load(); }
+
+private:
+  void Wait() {
+    for (;;) {
+      int sig = 0;
+      if (sigwait(&set_, &sig) != 0 || closing_) return;
+      if (signal_.exchange(sig) != 0) _exit(128 + sig); // the second one: no more waiting
+      std::lock_guard g(mutex_);
+      if (handler_) handler_();
+    }
+  }
+
+  sigset_t set_{};
+  std::atomic<int> signal_{0};
+  std::atomic<bool> closing_{false};
+  std::mutex mutex_;
+  std::function<void()> handler_;
+  std::thread thread_;
+};
+
+// ---- running --------------------------------------------------------------------
+
+// Runs a loaded form until its outputs have seen their streams end, a limit
+// is reached, a component fails or a signal arrives.
+int Run(TFQForm& form, const RunOptions& options, SignalWatch& signals) {
+  for (const std::string& warning : form.Warnings()) std::cerr << "framquist: warning: " << warning << "\n";
+  if (const std::string why = CheckGraph(form); !why.empty()) {
+    std::cerr << "framquist: " << why << "\n";
+    return kExitUsage;
+  }
   std::mutex errorMutex;
   std::string firstError;
   for (TPWComponent* c : form.Components())
@@ -211,31 +270,55 @@ int Run(TFQForm& form, const RunOptions& options) {
       if (firstError.empty()) firstError = name + ": " + message;
     });
   std::vector<TFQSinkFilter*> sinks;
-  for (TPWComponent* c : form.Components())
+  std::vector<TFQThreadedSource*> inputs; // the sources that end by themselves
+  std::string endless;                    // a source that never does
+  for (TPWComponent* c : form.Components()) {
     if (auto* sink = dynamic_cast<TFQSinkFilter*>(c)) {
       sinks.push_back(sink);
       if (options.Frames) sink->SetFrameLimit(*options.Frames);
     }
+    if (HasVideoInput(*c, true) || !HasVideoOutput(*c)) continue;
+    if (auto* input = dynamic_cast<TFQThreadedSource*>(c))
+      inputs.push_back(input);
+    else if (endless.empty())
+      endless = form.NameOf(*c);
+  }
 
   std::ofstream progressFile;
   std::ostream* progress = nullptr;
+  std::string progressName = "standard output";
   if (options.Progress == "-") {
     progress = &std::cout;
   } else if (!options.Progress.empty()) {
     progressFile.open(options.Progress, std::ios::trunc);
     if (!progressFile) {
-      std::cerr << "framquist: cannot write the progress file '" << options.Progress << "'\n";
+      std::cerr << "framquist: cannot write the progress file '" << options.Progress
+                << "': " << std::strerror(errno) << "\n";
       return kExitUsage;
     }
     progress = &progressFile;
+    progressName = "'" + options.Progress + "'";
   }
   const bool line = !options.Quiet && isatty(STDERR_FILENO) != 0;
+  if (!endless.empty() && !options.Frames && !options.Seconds && !options.Quiet)
+    std::cerr << "framquist: '" << endless
+              << "' makes frames until stopped: the run ends with --frames, --seconds or Ctrl-C\n";
 
-  std::signal(SIGINT, OnSignal);
-  std::signal(SIGTERM, OnSignal);
   // A reader that goes away (a closed pipe) becomes a write error the
   // component reports, not a silent death.
   std::signal(SIGPIPE, SIG_IGN);
+  std::mutex stopMutex;
+  bool stopped = false;
+  auto stopOnce = [&] {
+    std::lock_guard g(stopMutex);
+    if (!stopped) form.Stop();
+    stopped = true;
+  };
+  signals.SetHandler(stopOnce);
+  struct Unwatch {
+    SignalWatch& s;
+    ~Unwatch() { s.SetHandler({}); }
+  } unwatch{signals};
   const auto start = std::chrono::steady_clock::now();
   form.Start();
 
@@ -244,18 +327,27 @@ int Run(TFQForm& form, const RunOptions& options) {
     for (auto* s : sinks) n = std::max(n, s->GetFramesProcessed());
     return n;
   };
+  std::string progressError;
   auto report = [&](bool last) {
     const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const long long n = frames();
     const double fps = elapsed > 0 ? static_cast<double>(n) / elapsed : 0.0;
     if (line) std::fprintf(stderr, "\rframes %lld  %.1f fps  %.1f s%s", n, fps, elapsed, last ? "\n" : "   ");
-    if (progress != nullptr) {
+    if (progress != nullptr && progressError.empty()) {
+      errno = 0;
       *progress << "frame=" << n << "\nfps=" << fps << "\nelapsed=" << elapsed
                 << "\nprogress=" << (last ? "end" : "continue") << "\n";
       progress->flush();
+      if (!*progress)
+        progressError = "cannot write progress to " + progressName + ": " +
+                        (errno != 0 ? std::strerror(errno) : "write failed");
     }
   };
+  // A stream has ended at an output once it saw a start and is not running:
+  // re-announced sizes start it again without a stop in between.
+  auto ended = [](TFQSinkFilter* s) { return s->GetStartsSeen() > 0 && !s->GetStreamInfo().Running; };
 
+  std::string endedEarly;
   auto next = start;
   for (;;) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -264,23 +356,38 @@ int Run(TFQForm& form, const RunOptions& options) {
       std::lock_guard g(errorMutex);
       if (!firstError.empty()) break;
     }
-    if (gInterrupted) break;
+    if (signals.Signal() != 0 || !progressError.empty()) break;
     if (options.Frames && frames() >= *options.Frames) break;
     if (options.Seconds && std::chrono::duration<double>(now - start).count() >= *options.Seconds) break;
-    bool ended = !sinks.empty();
-    for (auto* s : sinks)
-      if (s->GetStartsSeen() == 0 || s->GetStopsSeen() < s->GetStartsSeen()) ended = false;
-    if (ended) break;
+    if (std::all_of(sinks.begin(), sinks.end(), ended)) break;
+    // Every input ended and nothing is left running at the outputs: nothing
+    // more can come (an empty input, or one that never announced a stream).
+    if (endless.empty() && !inputs.empty() &&
+        std::none_of(inputs.begin(), inputs.end(), [](TFQThreadedSource* in) { return in->IsStreaming(); }) &&
+        std::none_of(sinks.begin(), sinks.end(),
+                     [](TFQSinkFilter* s) { return s->GetStreamInfo().Running; })) {
+      if (frames() == 0) endedEarly = "the inputs ended before any frame reached an output";
+      break;
+    }
     if (now >= next) {
       report(false);
       next = now + std::chrono::milliseconds(500);
     }
   }
-  form.Stop();
+  stopOnce();
   report(true);
   std::lock_guard g(errorMutex);
   if (!firstError.empty()) {
     std::cerr << "framquist: " << firstError << "\n";
+    return kExitFailure;
+  }
+  if (!progressError.empty()) {
+    std::cerr << "framquist: " << progressError << "\n";
+    return kExitFailure;
+  }
+  if (const int sig = signals.Signal(); sig != 0) return 128 + sig; // the output is finalised all the same
+  if (!endedEarly.empty()) {
+    std::cerr << "framquist: " << endedEarly << "\n";
     return kExitFailure;
   }
   return kExitOk;
@@ -328,6 +435,15 @@ void DescribeObject(IPWPersistent& object, const std::string& prefix) {
     std::string extra;
     if (p.Type == TPWPropType::Enum) {
       for (const auto& v : p.Enum->Values) extra += (extra.empty() ? "" : " | ") + v;
+    } else if (p.RangeMin || p.RangeMax) {
+      // What the setter keeps; a value outside is clamped to it.
+      auto number = [](double v) {
+        char b[32];
+        std::snprintf(b, sizeof b, "%g", v);
+        return std::string(b);
+      };
+      extra = (p.RangeMin ? number(*p.RangeMin) : std::to_string(p.Min)) + " .. " +
+              (p.RangeMax ? number(*p.RangeMax) : std::to_string(p.Max));
     } else if (p.Type == TPWPropType::Int) {
       extra = std::to_string(p.Min) + " .. " + std::to_string(p.Max);
     }
@@ -358,7 +474,7 @@ int Describe(const std::string& className) {
   return kExitOk;
 }
 
-int Main(const std::vector<std::string>& args) {
+int Main(const std::vector<std::string>& args, SignalWatch& signals) {
   if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     std::fputs(kUsage, args.empty() ? stderr : stdout);
     return args.empty() ? kExitUsage : kExitOk;
@@ -377,14 +493,14 @@ int Main(const std::vector<std::string>& args) {
     if (args.size() < 2) throw UsageError("run expects a form file");
     const RunOptions options = ParseRunOptions(args, 2, false);
     auto form = TFQForm::Load(args[1]);
-    return Run(*form, options);
+    return Run(*form, options, signals);
   }
   if (command == "launch") {
     if (args.size() < 2) throw UsageError("launch expects a chain in quotes");
     const RunOptions options = ParseRunOptions(args, 2, true);
-    auto form = BuildChain(args[1]);
+    auto form = FQBuildLaunchLine(args[1]);
     if (!options.Save.empty()) form->SaveFile(options.Save);
-    return Run(*form, options);
+    return Run(*form, options, signals);
   }
   throw UsageError("unknown command '" + command + "'");
 }
@@ -393,7 +509,8 @@ int Main(const std::vector<std::string>& args) {
 
 int main(int argc, char** argv) {
   try {
-    return Main(std::vector<std::string>(argv + 1, argv + argc));
+    SignalWatch signals; // first, so every thread inherits the blocked signals
+    return Main(std::vector<std::string>(argv + 1, argv + argc), signals);
   } catch (const UsageError& e) {
     std::cerr << "framquist: " << e.what() << "\n\n" << kUsage;
     return kExitUsage;
